@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "brivane/util/QPColor.h"
+
+namespace brivane {
+
+/// Stateless helpers shared by the API client and the payment form.
+///
+/// All operations are thread-safe. The locale operations read the user's preferred
+/// languages from GLib (`g_get_language_names`, i.e. LANGUAGE, LC_ALL, LC_MESSAGES, LANG)
+/// and never change the process locale.
+class QPUtils {
+ public:
+  /// The languages the SDK has texts for, in the order they are tested.
+  static const std::vector<std::string>& supportedLanguages();
+
+  /// `n` characters drawn uniformly from [0-9A-Za-z] with a cryptographically strong
+  /// source (`getrandom`); nil when `n` is below 1 or above 499.
+  static std::optional<std::string> genRandomIdWithLength(std::int64_t n);
+
+  /// The first supported language code among the user's preferred languages, or "en".
+  static std::string getCurLocale();
+
+  /// "ll_RR": the first preferred language's first two characters and the region of the
+  /// current locale ("US" when the locale names none); "en_US" when the first preferred
+  /// language is not supported.
+  static std::string getCurLocaleFull();
+
+  /// The localised text for `key` from the resource bundle's catalogue of the language
+  /// that `getCurLocale` chooses; the key itself when no text exists.
+  static std::string LStr(std::string_view key);
+
+  /// Eight upper-case hexadecimal digits RRGGBBAA of a colour, without clamping.
+  static std::string hexStringForColor(const QPColor& color);
+
+  /// `getCurLocale` over an explicit list of language tags (first is most preferred).
+  static std::string localeFromLanguages(const std::vector<std::string>& languages);
+  /// `getCurLocaleFull` over an explicit list of language tags and a region code
+  /// (nil or empty: no region).
+  static std::string fullLocaleFromLanguages(const std::vector<std::string>& languages,
+                                             const std::optional<std::string>& region);
+  /// The user's preferred language tags, most preferred first ("C" and "POSIX" left out).
+  static std::vector<std::string> preferredLanguages();
+  /// The region code of the current locale environment (LC_ALL, LC_MESSAGES, LANG), if any.
+  static std::optional<std::string> currentRegion();
+};
+
+}  // namespace brivane

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace httplib {
+class Server;
+}
+
+namespace brivane::sandbox {
+
+/// A way the sandbox can misbehave for one request, chosen per request.
+enum class Fault {
+  ServiceUnavailable,  ///< 503 with a JSON body
+  NotFoundHtml,        ///< 404 with an HTML body and a text/html content type
+  NotJson,             ///< 200 with a body that is not JSON
+  NoContent,           ///< 204 with an empty body
+  Delay,               ///< the normal answer, sent only after the fault's delay
+  Reset,               ///< headers promise a body, then the connection is cut
+};
+
+/// Parses the names used by the admin endpoint and the CLI ("503", "404-html", "not-json",
+/// "204", "delay", "reset"); false for an unknown name.
+bool parseFault(const std::string& name, Fault* fault);
+
+/// Options of a sandbox instance.
+struct SandboxOptions {
+  std::string host = "127.0.0.1";
+  int port = 0;                          ///< 0: pick a free port
+  std::string programCode = "BRIVANE";   ///< the only program the sandbox serves
+  std::string userName = "demo@brivane.test";
+  std::string password = "Demo-Pass-1";
+};
+
+/// The platform's REST back end in miniature: in-memory state, the platform's error forms and
+/// fault injection. One instance serves on one loopback port from its own threads.
+///
+/// Thread rules: every member function may be called from any thread.
+class Sandbox {
+ public:
+  explicit Sandbox(SandboxOptions options = {});
+  ~Sandbox();
+  Sandbox(const Sandbox&) = delete;
+  Sandbox& operator=(const Sandbox&) = delete;
+
+  /// Binds and serves on a background thread; returns once the port accepts connections.
+  /// False when the address cannot be bound.
+  bool start();
+  /// Binds and serves on the calling thread until `stop` (for `brivane sandbox`).
+  bool listen();
+  /// Stops serving; pending delayed answers are cut short. Idempotent.
+  void stop();
+
+  int port() const;
+  /// "http://host:port", without a trailing slash.
+  std::string baseUrl() const;
+  const SandboxOptions& options() const;
+
+  /// The next `count` requests whose path starts with `pathPrefix` suffer `fault`.
+  /// `delay` applies to Fault::Delay.
+  void injectFault(const std::string& pathPrefix, Fault fault, int count = 1,
+                   std::chrono::milliseconds delay = std::chrono::milliseconds(0));
+  /// Forgets all pending faults.
+  void clearFaults();
+
+  /// Issues a token pair as the password grant would (for tests that need a valid token).
+  std::string issueAccessToken();
+
+  /// The raw body and query string of the last request to `path` ("" when none came).
+  std::string lastBody(const std::string& path) const;
+  std::string lastQuery(const std::string& path) const;
+  /// A header of the last request to `path` ("" when absent).
+  std::string lastHeader(const std::string& path, const std::string& header) const;
+  /// How many requests reached the sandbox in all.
+  std::uint64_t requestCount() const;
+
+  struct State;
+
+ private:
+  std::unique_ptr<State> state_;
+};
+
+/// Adds the stand-in provider pages (card widget, PayPal button, form service, PayU) to a server.
+/// `baseUrl` is the server's own base URL, for pages that link back to it.
+void registerProviderPages(httplib::Server& server, const std::string& baseUrl);
+
+}  // namespace brivane::sandbox
