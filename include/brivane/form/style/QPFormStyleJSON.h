@@ -29,8 +29,10 @@ struct QPFormStyleLoadResult {
 ///   "paymentFormExpiryDateInputStyle", "paymentFormCardHolderInputStyle",
 ///   "paymentFormCvvInputStyle", "paymentFormAccountHolderInputStyle",
 ///   "paymentFormIbanInputStyle" (input styles), "labelFontStyle", "editTextFontStyle",
-///   "validationHintFontStyle" (fonts), "editTextBorderStyle" (border) (these four are
-///   stored but never used, as with the setters), "paypalButtonStyle".
+///   "validationHintFontStyle" (fonts), "editTextBorderStyle" (border) (as objects these
+///   four fill the general input style's, which their getters return; as null they go to
+///   the form-level setters, which store values nothing reads), "paypalButtonStyle"
+///   (missing button values are 0, as with the plain initialiser).
 /// - Input style: "className" (string or null), "isPlaceholderVisible" (bool),
 ///   "labelFontStyle", "editTextFontStyle", "validationHintFontStyle" (fonts),
 ///   "editTextBorderStyle" (border).
