@@ -12,14 +12,14 @@ class QPLookups {
  public:
   /// The SDK's version text, "9.2 (1)". Offered to applications only; never sent.
   static const std::string& SDKVersion();
-  static const std::string& PaymentOptionCode_MasterCard();  ///< "MSTRCRD"
-  static const std::string& PaymentOptionCode_Visa();        ///< "VISA"
-  static const std::string& PaymentOptionCode_BankAccount(); ///< "BNKACCT"
-  static const std::string& PaymentOptionCode_PayU();        ///< "PAYU"
-  static const std::string& PaymentOptionCode_PayPal();      ///< "PAYPAL"
-  static const std::string& PaymentOptionCode_Amex();        ///< "AMEX"
-  static const std::string& PaymentOptionCode_Maestro();     ///< "MSTRO"
-  static const std::string& PaymentOptionCode_Discover();    ///< "DISCOVER"
+  static const std::string& PaymentOptionCode_MasterCard();   ///< "MSTRCRD"
+  static const std::string& PaymentOptionCode_Visa();         ///< "VISA"
+  static const std::string& PaymentOptionCode_BankAccount();  ///< "BNKACCT"
+  static const std::string& PaymentOptionCode_PayU();         ///< "PAYU"
+  static const std::string& PaymentOptionCode_PayPal();       ///< "PAYPAL"
+  static const std::string& PaymentOptionCode_Amex();         ///< "AMEX"
+  static const std::string& PaymentOptionCode_Maestro();      ///< "MSTRO"
+  static const std::string& PaymentOptionCode_Discover();     ///< "DISCOVER"
 };
 
 }  // namespace brivane

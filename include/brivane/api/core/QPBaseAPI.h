@@ -1,0 +1,82 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <boost/json.hpp>
+
+#include "brivane/api/core/QPError.h"
+#include "brivane/api/core/QPRequestBase.h"
+#include "brivane/api/core/QPTransportLayer.h"
+#include "brivane/platform/QPMainQueue.h"
+
+namespace brivane {
+
+/// Completion of an API operation: (error or nil, response or nil); exactly one is set.
+/// Called once, asynchronously, on the main queue; an empty function is skipped.
+template <class Response>
+using QPCompletion = std::function<void(std::optional<QPError> error, std::shared_ptr<Response> response)>;
+
+/// Base of the five API families: holds the shared transport and the common call pattern.
+///
+/// Thread rules: operations may be started on any thread and return at once.
+class QPBaseAPI {
+ public:
+  explicit QPBaseAPI(std::shared_ptr<QPTransportLayer> transportLayer);
+  virtual ~QPBaseAPI();
+  QPBaseAPI(const QPBaseAPI&) = delete;
+  QPBaseAPI& operator=(const QPBaseAPI&) = delete;
+
+  const std::shared_ptr<QPTransportLayer>& transportLayer() const { return transportLayer_; }
+
+ protected:
+  /// The common call: GET parameters travel as query items, other methods' as a JSON body; the
+  /// answer becomes a `Response` on the networking thread and reaches `completion` on the main
+  /// queue.
+  template <class Response>
+  void call(std::string path, std::string_view method, const QPRequestBaseInterface& request,
+            QPCompletion<Response> completion) const {
+    send(std::move(path), method, request, deliver<Response>(std::move(completion)));
+  }
+
+  /// The form-encoded call of the token endpoint.
+  template <class Response>
+  void callForm(std::string path, QPFormParams fields, QPCompletion<Response> completion) const {
+    sendForm(std::move(path), std::move(fields), deliver<Response>(std::move(completion)));
+  }
+
+  /// Reports `error` to `completion` on the main queue without sending anything.
+  template <class Response>
+  static void fail(QPCompletion<Response> completion, QPError error) {
+    deliver<Response>(std::move(completion))(std::nullopt, std::move(error));
+  }
+
+  /// Turns a transport completion into the operation's typed completion.
+  template <class Response>
+  static QPTransportLayer::Completion deliver(QPCompletion<Response> completion) {
+    return [completion = std::move(completion)](std::optional<boost::json::value> json,
+                                                std::optional<QPError> error) mutable {
+      std::shared_ptr<Response> response;
+      if (!error) {
+        response = std::make_shared<Response>();
+        response->initWithJSONObject(json ? *json : boost::json::value());
+      }
+      if (!completion) return;
+      QPMainQueue::post([completion = std::move(completion), error = std::move(error),
+                         response = std::move(response)]() { completion(error, response); });
+    };
+  }
+
+ private:
+  void send(std::string path, std::string_view method, const QPRequestBaseInterface& request,
+            QPTransportLayer::Completion completion) const;
+  void sendForm(std::string path, QPFormParams fields, QPTransportLayer::Completion completion) const;
+
+  std::shared_ptr<QPTransportLayer> transportLayer_;
+};
+
+}  // namespace brivane

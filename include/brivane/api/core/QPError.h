@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace brivane {
+
+/// Domain of errors passed through from the networking layer (libcurl); the code is curl's.
+inline constexpr std::string_view QPErrorDomainNetwork = "brivane.network";
+/// Domain of errors of the JSON parser: a 2xx answer whose body is not JSON.
+inline constexpr std::string_view QPErrorDomainJSON = "brivane.json";
+/// Domain of errors the SDK raises itself before anything is sent (see `QPClientErrorCode`).
+inline constexpr std::string_view QPErrorDomainClient = "brivane.client";
+
+/// Codes of the `QPErrorDomainClient` domain.
+enum QPClientErrorCode : std::int64_t {
+  QPClientErrorMissingArgument = 1,  ///< a required argument of an operation was nil
+  QPClientErrorMissingSetting = 2,   ///< the base URL or program code is not configured
+  QPClientErrorBodyTooLarge = 3,     ///< the answer's body exceeded the transport's limit
+};
+
+/// The one failure report of the API client: a domain, a signed code and a description.
+///
+/// Errors built from an HTTP answer carry the request's absolute URL as their domain; errors of
+/// the networking layer, the JSON parser and the SDK itself carry the domains above. The
+/// description is nil only where the server's error form had no description. Plain value type.
+class QPError {
+ public:
+  QPError(std::string domain, std::int64_t code, std::optional<std::string> description)
+      : domain_(std::move(domain)), code_(code), description_(std::move(description)) {}
+
+  const std::string& domain() const { return domain_; }
+  std::int64_t code() const { return code_; }
+  /// The localised description text of the error (nil when the server sent none).
+  const std::optional<std::string>& description() const { return description_; }
+
+  /// "domain (code): description", for logs.
+  std::string toString() const;
+
+  bool operator==(const QPError& other) const = default;
+
+ private:
+  std::string domain_;
+  std::int64_t code_;
+  std::optional<std::string> description_;
+};
+
+}  // namespace brivane

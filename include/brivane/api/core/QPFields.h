@@ -1,0 +1,273 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <boost/json.hpp>
+
+#include "brivane/api/core/QPNumber.h"
+
+namespace brivane {
+
+/// A calendar moment as requests carry it (sent in the device's local time zone).
+using QPDate = std::chrono::system_clock::time_point;
+
+/// How a request field is written into its parameters.
+enum class QPParamEncoding {
+  Default,    ///< strings as they are, numbers through `convertNumber`, flags "true"/"false"
+  LocalDate,  ///< "yyyy-MM-dd" in local time
+  LocalTime,  ///< "HHmmss" in local time
+  Double,     ///< through `convertDouble`: never sent
+};
+
+/// Field conversions shared by every request, response and model class.
+///
+/// Filling from JSON follows one rule for all classes: a value of the field's own type is stored;
+/// scalars are converted where the conversion is exact (a number or truth value arriving for a
+/// text field is stored as its JSON text; a text arriving for a number field is stored when it is
+/// a complete decimal number; a flag takes true/false, a number, or the texts "true"/"false");
+/// anything else is a failed assignment. JSON null is skipped before any of this.
+namespace fields {
+
+std::string jsonText(const boost::json::value& value);
+std::string convertNumber(const QPNumber& number);
+std::string convertLocalDate(QPDate date);
+std::string convertLocalTime(QPDate date);
+/// Reads "yyyy-MM-ddTHH:mm:ss" (local time) or "yyyy-MM-dd"; nil otherwise.
+std::optional<QPDate> parseLocalDateTime(std::string_view text);
+std::string printLocalDateTime(QPDate date);
+
+template <class M>
+struct Codec;
+
+template <>
+struct Codec<std::optional<std::string>> {
+  static bool assign(std::optional<std::string>& field, const boost::json::value& value, std::string* why);
+  static boost::json::value print(const std::optional<std::string>& field);
+  static std::optional<boost::json::value> param(const std::optional<std::string>& field, QPParamEncoding);
+  static bool parse(std::optional<std::string>& field, std::string_view text, std::string* why);
+};
+
+template <>
+struct Codec<std::optional<QPNumber>> {
+  static bool assign(std::optional<QPNumber>& field, const boost::json::value& value, std::string* why);
+  static boost::json::value print(const std::optional<QPNumber>& field);
+  static std::optional<boost::json::value> param(const std::optional<QPNumber>& field, QPParamEncoding);
+  static bool parse(std::optional<QPNumber>& field, std::string_view text, std::string* why);
+};
+
+template <>
+struct Codec<bool> {
+  static bool assign(bool& field, const boost::json::value& value, std::string* why);
+  static boost::json::value print(const bool& field);
+  static std::optional<boost::json::value> param(const bool& field, QPParamEncoding);
+  static bool parse(bool& field, std::string_view text, std::string* why);
+};
+
+template <>
+struct Codec<std::int64_t> {
+  static bool assign(std::int64_t& field, const boost::json::value& value, std::string* why);
+  static boost::json::value print(const std::int64_t& field);
+  static std::optional<boost::json::value> param(const std::int64_t& field, QPParamEncoding);
+  static bool parse(std::int64_t& field, std::string_view text, std::string* why);
+};
+
+template <>
+struct Codec<double> {
+  static bool assign(double& field, const boost::json::value& value, std::string* why);
+  static boost::json::value print(const double& field);
+  static std::optional<boost::json::value> param(const double& field, QPParamEncoding);
+  static bool parse(double& field, std::string_view text, std::string* why);
+};
+
+template <>
+struct Codec<std::optional<QPDate>> {
+  static bool assign(std::optional<QPDate>& field, const boost::json::value& value, std::string* why);
+  static boost::json::value print(const std::optional<QPDate>& field);
+  static std::optional<boost::json::value> param(const std::optional<QPDate>& field,
+                                                 QPParamEncoding encoding);
+  static bool parse(std::optional<QPDate>& field, std::string_view text, std::string* why);
+};
+
+template <>
+struct Codec<std::optional<boost::json::object>> {
+  static bool assign(std::optional<boost::json::object>& field, const boost::json::value& value,
+                     std::string* why);
+  static boost::json::value print(const std::optional<boost::json::object>& field);
+  static std::optional<boost::json::value> param(const std::optional<boost::json::object>& field,
+                                                 QPParamEncoding);
+  static bool parse(std::optional<boost::json::object>& field, std::string_view text, std::string* why);
+};
+
+/// A list of models: each element is filled with the model's `initWithDictionary`.
+template <class Model>
+struct Codec<std::optional<std::vector<std::shared_ptr<Model>>>> {
+  using Field = std::optional<std::vector<std::shared_ptr<Model>>>;
+  static bool assign(Field& field, const boost::json::value& value, std::string* why) {
+    if (!value.is_array()) {
+      if (why != nullptr) *why = "expected a list, got " + jsonText(value);
+      return false;
+    }
+    std::vector<std::shared_ptr<Model>> models;
+    models.reserve(value.get_array().size());
+    for (const boost::json::value& element : value.get_array()) {
+      auto model = std::make_shared<Model>();
+      model->initWithDictionary(element);
+      models.push_back(std::move(model));
+    }
+    field = std::move(models);
+    return true;
+  }
+  static boost::json::value print(const Field& field) {
+    if (!field) return nullptr;
+    boost::json::array list;
+    list.reserve(field->size());
+    for (const auto& model : *field)
+      list.push_back(model ? boost::json::value(model->toJSONObject()) : nullptr);
+    return list;
+  }
+  static std::optional<boost::json::value> param(const Field& field, QPParamEncoding) {
+    if (!field) return std::nullopt;
+    return print(field);
+  }
+  static bool parse(Field& field, std::string_view text, std::string* why) {
+    boost::system::error_code ec;
+    boost::json::value value = boost::json::parse(text, ec);
+    if (ec) {
+      if (why != nullptr) *why = "expected a JSON list";
+      return false;
+    }
+    return assign(field, value, why);
+  }
+};
+
+}  // namespace fields
+
+/// The key-to-field table of one class: the single description from which the class fills
+/// itself from JSON, writes its request parameters, prints itself and takes textual values.
+///
+/// `Owner` is the root of the class family (`QPRequestBase`, `QPResponseBase`, `QPModel`, ...);
+/// entries of derived classes cast to their own type. Tables are built once and are immutable.
+template <class Owner>
+class QPFieldList {
+ public:
+  struct Entry {
+    std::string name;  ///< the field's name (used by tools)
+    std::string key;   ///< the JSON key or parameter key
+    std::function<bool(Owner&, const boost::json::value&, std::string*)> assign;
+    std::function<boost::json::value(const Owner&)> print;
+    std::function<std::optional<boost::json::value>(const Owner&)> param;
+    std::function<bool(Owner&, std::string_view, std::string*)> parse;
+  };
+
+  QPFieldList() = default;
+  QPFieldList(std::initializer_list<Entry> entries) : entries_(entries) {}
+  /// The entries of `base` followed by `entries`.
+  QPFieldList(const QPFieldList& base, std::initializer_list<Entry> entries) : entries_(base.entries_) {
+    entries_.insert(entries_.end(), entries);
+  }
+
+  /// An entry for `member` of `Derived` under `key` (and the same field name).
+  template <class Derived, class M>
+  static Entry field(std::string key, M Derived::*member,
+                     QPParamEncoding encoding = QPParamEncoding::Default) {
+    return named<Derived, M>(key, std::move(key), member, encoding);
+  }
+
+  /// An entry whose field name differs from its key.
+  template <class Derived, class M>
+  static Entry named(std::string name, std::string key, M Derived::*member,
+                     QPParamEncoding encoding = QPParamEncoding::Default) {
+    using C = fields::Codec<M>;
+    return Entry{
+        std::move(name),
+        std::move(key),
+        [member](Owner& owner, const boost::json::value& value, std::string* why) {
+          return C::assign(static_cast<Derived&>(owner).*member, value, why);
+        },
+        [member](const Owner& owner) { return C::print(static_cast<const Derived&>(owner).*member); },
+        [member, encoding](const Owner& owner) {
+          return C::param(static_cast<const Derived&>(owner).*member, encoding);
+        },
+        [member](Owner& owner, std::string_view text, std::string* why) {
+          return C::parse(static_cast<Derived&>(owner).*member, text, why);
+        },
+    };
+  }
+
+  const std::vector<Entry>& entries() const { return entries_; }
+
+  const Entry* findKey(std::string_view key) const {
+    for (const Entry& entry : entries_)
+      if (entry.key == key) return &entry;
+    return nullptr;
+  }
+  const Entry* findName(std::string_view name) const {
+    for (const Entry& entry : entries_)
+      if (entry.name == name) return &entry;
+    return nullptr;
+  }
+
+  /// Every field by name, null where unset, in table order.
+  boost::json::object print(const Owner& owner) const {
+    boost::json::object object;
+    for (const Entry& entry : entries_) object[entry.name] = entry.print(owner);
+    return object;
+  }
+
+ private:
+  std::vector<Entry> entries_;
+};
+
+/// How a class reacts to a key it cannot take.
+enum class QPFillRule {
+  SkipFailures,   ///< responses: skip the key and go on
+  StopAtFailure,  ///< models: stop at the key and write one log line
+};
+
+namespace fields {
+
+/// Writes one line to the SDK's log (GLib, domain "BrivaneSDK"); replaceable for tests.
+void log(const std::string& line);
+/// Replaces the log's sink; an empty function restores the default. Returns the previous sink.
+std::function<void(const std::string&)> setLogSink(std::function<void(const std::string&)> sink);
+
+/// Fills `owner` from `json` by its table: every key in order, JSON null skipped. A value that is
+/// not an object fills nothing.
+template <class Owner>
+void fill(Owner& owner, const QPFieldList<Owner>& table, const boost::json::value& json, QPFillRule rule,
+          std::string_view className) {
+  const boost::json::object* object = json.if_object();
+  if (object == nullptr) {
+    if (rule == QPFillRule::StopAtFailure)
+      log(std::string(className) + ": expected a dictionary, got " + jsonText(json));
+    return;
+  }
+  for (const auto& [key, value] : *object) {
+    if (value.is_null()) continue;
+    std::string why;
+    const auto* entry = table.findKey(key);
+    bool assigned = false;
+    if (entry == nullptr) {
+      why = "no field for key \"" + std::string(key) + "\"";
+    } else {
+      assigned = entry->assign(owner, value, &why);
+      if (!assigned) why = "key \"" + std::string(key) + "\": " + why;
+    }
+    if (assigned) continue;
+    if (rule == QPFillRule::StopAtFailure) {
+      log(std::string(className) + ": " + why);
+      return;
+    }
+  }
+}
+
+}  // namespace fields
+
+}  // namespace brivane

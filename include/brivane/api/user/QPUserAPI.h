@@ -1,0 +1,14 @@
+#pragma once
+
+#include "brivane/api/core/QPBaseAPI.h"
+
+namespace brivane {
+
+/// The user family of the platform's API. Its operations follow the common call pattern of
+/// `QPBaseAPI` and arrive with later releases; the object already holds the shared transport.
+class QPUserAPI : public QPBaseAPI {
+ public:
+  using QPBaseAPI::QPBaseAPI;
+};
+
+}  // namespace brivane

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace brivane {
+
+/// The host's main queue: the GLib default main context.
+///
+/// Every completion of an API operation runs here. Hosts with a GTK or GLib main loop need to
+/// do nothing; command-line hosts and tests drive it with `runUntil`.
+class QPMainQueue {
+ public:
+  /// Runs `task` on the main context later, never before returning. Callable from any thread.
+  static void post(std::function<void()> task);
+
+  /// Iterates the default main context on the calling thread (which must own it, normally the
+  /// main thread) until `done` returns true or `timeout` has passed. Returns `done()`.
+  static bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
+
+  /// Runs pending main-context work for `duration`, then returns.
+  static void runFor(std::chrono::milliseconds duration);
+};
+
+}  // namespace brivane

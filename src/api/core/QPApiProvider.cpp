@@ -1,0 +1,76 @@
+#include "brivane/api/core/QPApiProvider.h"
+
+#include <exception>
+
+namespace brivane {
+
+QPApiProvider::QPApiProvider(QPApiProviderOption apiOption) : apiOption_(std::move(apiOption)) {
+  apiClientSetting_ = createClientSettingFromOption(apiOption_);
+  apiClientModule_ = std::make_shared<QPApiClientModule>(apiOption_.accessTokenProvider, apiClientSetting_);
+}
+
+std::shared_ptr<QPApiClientSetting> QPApiProvider::createClientSettingFromOption(
+    const QPApiProviderOption& option) {
+  auto setting = std::make_shared<QPApiClientSetting>();
+  setting->setUrlStr(option.url);
+  setting->setProgramCode(option.programCode);
+  setting->setPartnerReferencePrefix(option.partnerReferencePrefix);
+  return setting;
+}
+
+QPApiClientModule::QPApiClientModule(std::shared_ptr<QPAccessTokenProvider> accessTokenProvider,
+                                     std::shared_ptr<QPApiClientSettingsInterface> settings)
+    : transportLayer_(
+          std::make_shared<QPTransportLayer>(std::move(accessTokenProvider), std::move(settings))) {
+  initializeAPI();
+}
+
+void QPApiClientModule::initializeAPI() {
+  accountAPI_ = std::make_shared<QPAccountAPI>(transportLayer_);
+  authenticationAPI_ = std::make_shared<QPAuthenticationAPI>(transportLayer_);
+  paymentAPI_ = std::make_shared<QPPaymentAPI>(transportLayer_);
+  settingsAPI_ = std::make_shared<QPSettingsAPI>(transportLayer_);
+  userAPI_ = std::make_shared<QPUserAPI>(transportLayer_);
+}
+
+QPBaseAPI::QPBaseAPI(std::shared_ptr<QPTransportLayer> transportLayer)
+    : transportLayer_(std::move(transportLayer)) {}
+
+QPBaseAPI::~QPBaseAPI() = default;
+
+void QPBaseAPI::send(std::string path, std::string_view method, const QPRequestBaseInterface& request,
+                     QPTransportLayer::Completion completion) const {
+  QPRequestParams params;
+  try {
+    params = request.getRequestParams();
+  } catch (const std::exception& e) {
+    completion(std::nullopt, QPError(std::string(QPErrorDomainClient), QPClientErrorMissingArgument,
+                                     std::string("The request could not be built: ") + e.what()));
+    return;
+  }
+  QPURLComponents components;
+  components.path = std::move(path);
+  if (method == "GET") {
+    std::vector<QPURLQueryItem> items;
+    items.reserve(params.size());
+    for (const auto& [key, value] : params)
+      items.push_back({std::string(key),
+                       value.is_string() ? std::string(value.get_string()) : boost::json::serialize(value)});
+    components.queryItems = std::move(items);
+    transportLayer_->loadRequestWithURLComponents(std::move(components), "GET", std::nullopt,
+                                                  std::move(completion));
+  } else {
+    transportLayer_->loadRequestWithURLComponents(std::move(components), std::string(method),
+                                                  std::move(params), std::move(completion));
+  }
+}
+
+void QPBaseAPI::sendForm(std::string path, QPFormParams fields,
+                         QPTransportLayer::Completion completion) const {
+  QPURLComponents components;
+  components.path = std::move(path);
+  transportLayer_->loadRequestWithFormURLComponents(std::move(components), std::move(fields),
+                                                    std::move(completion));
+}
+
+}  // namespace brivane

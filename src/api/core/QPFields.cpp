@@ -1,0 +1,288 @@
+#include "brivane/api/core/QPFields.h"
+
+#include <charconv>
+#include <cstdio>
+#include <ctime>
+#include <mutex>
+
+#include <glib.h>
+
+namespace brivane::fields {
+namespace {
+
+bool fail(std::string* why, std::string text) {
+  if (why != nullptr) *why = std::move(text);
+  return false;
+}
+
+std::optional<QPNumber> numberOf(const boost::json::value& value) {
+  switch (value.kind()) {
+    case boost::json::kind::int64:
+      return QPNumber(value.get_int64());
+    case boost::json::kind::uint64:
+      return value.get_uint64() <= static_cast<std::uint64_t>(INT64_MAX)
+                 ? QPNumber(static_cast<std::int64_t>(value.get_uint64()))
+                 : QPNumber(static_cast<double>(value.get_uint64()));
+    case boost::json::kind::double_:
+      return QPNumber(value.get_double());
+    case boost::json::kind::bool_:
+      return QPNumber::boolean(value.get_bool());
+    default:
+      return std::nullopt;
+  }
+}
+
+std::string formatLocal(QPDate date, const char* format) {
+  std::time_t seconds = std::chrono::system_clock::to_time_t(date);
+  std::tm local{};
+  localtime_r(&seconds, &local);
+  char buffer[32];
+  std::size_t size = std::strftime(buffer, sizeof buffer, format, &local);
+  return std::string(buffer, size);
+}
+
+std::mutex logMutex;
+std::function<void(const std::string&)> logSink;
+
+}  // namespace
+
+std::string jsonText(const boost::json::value& value) {
+  return boost::json::serialize(value);
+}
+
+std::string convertNumber(const QPNumber& number) {
+  return number.description();
+}
+
+std::string convertLocalDate(QPDate date) {
+  return formatLocal(date, "%Y-%m-%d");
+}
+
+std::string convertLocalTime(QPDate date) {
+  return formatLocal(date, "%H%M%S");
+}
+
+std::optional<QPDate> parseLocalDateTime(std::string_view text) {
+  std::tm local{};
+  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+  char tail = 0;
+  std::string copy(text);
+  int count = std::sscanf(copy.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%c", &year, &month, &day, &hour, &minute,
+                          &second, &tail);
+  bool dateOnly = count == 3 && copy.size() == 10;
+  if (!(count == 6 || dateOnly)) return std::nullopt;
+  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 60)
+    return std::nullopt;
+  local.tm_year = year - 1900;
+  local.tm_mon = month - 1;
+  local.tm_mday = day;
+  local.tm_hour = hour;
+  local.tm_min = minute;
+  local.tm_sec = second;
+  local.tm_isdst = -1;
+  std::time_t seconds = std::mktime(&local);
+  if (seconds == static_cast<std::time_t>(-1)) return std::nullopt;
+  return std::chrono::system_clock::from_time_t(seconds);
+}
+
+std::string printLocalDateTime(QPDate date) {
+  return formatLocal(date, "%Y-%m-%dT%H:%M:%S");
+}
+
+void log(const std::string& line) {
+  std::function<void(const std::string&)> sink;
+  {
+    std::lock_guard lock(logMutex);
+    sink = logSink;
+  }
+  if (sink) {
+    sink(line);
+    return;
+  }
+  g_log("BrivaneSDK", G_LOG_LEVEL_MESSAGE, "%s", line.c_str());
+}
+
+std::function<void(const std::string&)> setLogSink(std::function<void(const std::string&)> sink) {
+  std::lock_guard lock(logMutex);
+  std::swap(logSink, sink);
+  return sink;
+}
+
+// Text fields.
+bool Codec<std::optional<std::string>>::assign(std::optional<std::string>& field,
+                                               const boost::json::value& value, std::string* why) {
+  if (value.is_string()) {
+    field = std::string(value.get_string());
+    return true;
+  }
+  if (numberOf(value)) {
+    field = jsonText(value);
+    return true;
+  }
+  return fail(why, "expected a text, got " + jsonText(value));
+}
+boost::json::value Codec<std::optional<std::string>>::print(const std::optional<std::string>& field) {
+  return field ? boost::json::value(*field) : boost::json::value(nullptr);
+}
+std::optional<boost::json::value> Codec<std::optional<std::string>>::param(
+    const std::optional<std::string>& field, QPParamEncoding) {
+  if (!field) return std::nullopt;
+  return boost::json::value(*field);
+}
+bool Codec<std::optional<std::string>>::parse(std::optional<std::string>& field, std::string_view text,
+                                              std::string*) {
+  field = std::string(text);
+  return true;
+}
+
+// Boxed numbers.
+bool Codec<std::optional<QPNumber>>::assign(std::optional<QPNumber>& field, const boost::json::value& value,
+                                            std::string* why) {
+  if (auto number = numberOf(value)) {
+    field = *number;
+    return true;
+  }
+  if (value.is_string()) {
+    std::string_view text = value.get_string();
+    if (auto number = QPNumber::parse(text)) {
+      field = *number;
+      return true;
+    }
+    if (text == "true" || text == "false") {
+      field = QPNumber::boolean(text == "true");
+      return true;
+    }
+  }
+  return fail(why, "expected a number, got " + jsonText(value));
+}
+boost::json::value Codec<std::optional<QPNumber>>::print(const std::optional<QPNumber>& field) {
+  if (!field) return nullptr;
+  switch (field->kind()) {
+    case QPNumber::Kind::Boolean:
+      return field->boolValue();
+    case QPNumber::Kind::Integer:
+      return field->int64Value();
+    case QPNumber::Kind::Real:
+      return field->doubleValue();
+  }
+  return nullptr;
+}
+std::optional<boost::json::value> Codec<std::optional<QPNumber>>::param(const std::optional<QPNumber>& field,
+                                                                        QPParamEncoding encoding) {
+  if (!field || encoding == QPParamEncoding::Double) return std::nullopt;
+  return boost::json::value(convertNumber(*field));
+}
+bool Codec<std::optional<QPNumber>>::parse(std::optional<QPNumber>& field, std::string_view text,
+                                           std::string* why) {
+  return assign(field, boost::json::value(text), why);
+}
+
+// Plain flags.
+bool Codec<bool>::assign(bool& field, const boost::json::value& value, std::string* why) {
+  std::optional<QPNumber> number;
+  if (!Codec<std::optional<QPNumber>>::assign(number, value, nullptr))
+    return fail(why, "expected true or false, got " + jsonText(value));
+  field = number->boolValue();
+  return true;
+}
+boost::json::value Codec<bool>::print(const bool& field) {
+  return field;
+}
+std::optional<boost::json::value> Codec<bool>::param(const bool& field, QPParamEncoding) {
+  return boost::json::value(field ? "true" : "false");
+}
+bool Codec<bool>::parse(bool& field, std::string_view text, std::string* why) {
+  if (text == "true" || text == "false") {
+    field = text == "true";
+    return true;
+  }
+  return fail(why, "expected true or false, got '" + std::string(text) + "'");
+}
+
+// Plain integers.
+bool Codec<std::int64_t>::assign(std::int64_t& field, const boost::json::value& value, std::string* why) {
+  std::optional<QPNumber> number;
+  if (!Codec<std::optional<QPNumber>>::assign(number, value, nullptr) ||
+      number->kind() == QPNumber::Kind::Real)
+    return fail(why, "expected a whole number, got " + jsonText(value));
+  field = number->int64Value();
+  return true;
+}
+boost::json::value Codec<std::int64_t>::print(const std::int64_t& field) {
+  return field;
+}
+std::optional<boost::json::value> Codec<std::int64_t>::param(const std::int64_t& field, QPParamEncoding) {
+  return boost::json::value(std::to_string(field));
+}
+bool Codec<std::int64_t>::parse(std::int64_t& field, std::string_view text, std::string* why) {
+  return assign(field, boost::json::value(text), why);
+}
+
+// Plain reals (written with the deliberately empty conversion).
+bool Codec<double>::assign(double& field, const boost::json::value& value, std::string* why) {
+  std::optional<QPNumber> number;
+  if (!Codec<std::optional<QPNumber>>::assign(number, value, nullptr))
+    return fail(why, "expected a number, got " + jsonText(value));
+  field = number->doubleValue();
+  return true;
+}
+boost::json::value Codec<double>::print(const double& field) {
+  return field;
+}
+std::optional<boost::json::value> Codec<double>::param(const double&, QPParamEncoding) {
+  return std::nullopt;
+}
+bool Codec<double>::parse(double& field, std::string_view text, std::string* why) {
+  return assign(field, boost::json::value(text), why);
+}
+
+// Dates.
+bool Codec<std::optional<QPDate>>::assign(std::optional<QPDate>& field, const boost::json::value& value,
+                                          std::string* why) {
+  if (value.is_string()) {
+    if (auto date = parseLocalDateTime(value.get_string())) {
+      field = *date;
+      return true;
+    }
+  }
+  return fail(why, "expected a date yyyy-MM-ddTHH:mm:ss, got " + jsonText(value));
+}
+boost::json::value Codec<std::optional<QPDate>>::print(const std::optional<QPDate>& field) {
+  return field ? boost::json::value(printLocalDateTime(*field)) : boost::json::value(nullptr);
+}
+std::optional<boost::json::value> Codec<std::optional<QPDate>>::param(const std::optional<QPDate>& field,
+                                                                      QPParamEncoding encoding) {
+  if (!field) return std::nullopt;
+  if (encoding == QPParamEncoding::LocalTime) return boost::json::value(convertLocalTime(*field));
+  return boost::json::value(convertLocalDate(*field));
+}
+bool Codec<std::optional<QPDate>>::parse(std::optional<QPDate>& field, std::string_view text,
+                                         std::string* why) {
+  return assign(field, boost::json::value(text), why);
+}
+
+// Dictionaries.
+bool Codec<std::optional<boost::json::object>>::assign(std::optional<boost::json::object>& field,
+                                                       const boost::json::value& value, std::string* why) {
+  if (!value.is_object()) return fail(why, "expected a dictionary, got " + jsonText(value));
+  field = value.get_object();
+  return true;
+}
+boost::json::value Codec<std::optional<boost::json::object>>::print(
+    const std::optional<boost::json::object>& field) {
+  return field ? boost::json::value(*field) : boost::json::value(nullptr);
+}
+std::optional<boost::json::value> Codec<std::optional<boost::json::object>>::param(
+    const std::optional<boost::json::object>& field, QPParamEncoding) {
+  if (!field) return std::nullopt;
+  return boost::json::value(*field);
+}
+bool Codec<std::optional<boost::json::object>>::parse(std::optional<boost::json::object>& field,
+                                                      std::string_view text, std::string* why) {
+  boost::system::error_code ec;
+  boost::json::value value = boost::json::parse(text, ec);
+  if (ec) return fail(why, "expected a JSON dictionary: " + ec.message());
+  return assign(field, value, why);
+}
+
+}  // namespace brivane::fields

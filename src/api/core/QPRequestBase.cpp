@@ -1,0 +1,70 @@
+#include "brivane/api/core/QPRequestBase.h"
+
+namespace brivane {
+
+QPRequestParams QPRequestBase::baseParams(QPDate now) {
+  QPRequestParams params;
+  params["localDate"] = fields::convertLocalDate(now);
+  params["localTime"] = fields::convertLocalTime(now);
+  return params;
+}
+
+QPRequestParams QPRequestBase::getRequestParams() const {
+  QPRequestParams params = baseParams(std::chrono::system_clock::now());
+  for (const auto& entry : fieldList().entries()) {
+    std::optional<boost::json::value> value = entry.param(*this);
+    if (value) {
+      params[entry.key] = std::move(*value);
+    } else {
+      params.erase(entry.key);  // a nil value leaves the key out
+    }
+  }
+  return params;
+}
+
+const QPFieldList<QPRequestBase>& QPRequestBase::fieldList() const {
+  static const QPFieldList<QPRequestBase> empty;
+  return empty;
+}
+
+bool QPRequestBase::setField(std::string_view name, std::string_view text, std::string* why) {
+  const auto* entry = fieldList().findName(name);
+  if (entry == nullptr) {
+    if (why != nullptr) *why = "unknown field '" + std::string(name) + "'";
+    return false;
+  }
+  return entry->parse(*this, text, why);
+}
+
+boost::json::object QPRequestBase::toJSONObject() const {
+  return fieldList().print(*this);
+}
+
+std::optional<std::string> QPRequestBase::convertNumber(const std::optional<QPNumber>& number) {
+  if (!number) return std::nullopt;
+  return fields::convertNumber(*number);
+}
+
+std::string QPRequestBase::convertInteger(std::int64_t value) {
+  return std::to_string(value);
+}
+
+std::optional<std::string> QPRequestBase::convertDouble(double) {
+  return std::nullopt;
+}
+
+std::string QPRequestBase::convertBoolean(bool value) {
+  return value ? "true" : "false";
+}
+
+std::optional<std::string> QPRequestBase::convertLocalDate(const std::optional<QPDate>& date) {
+  if (!date) return std::nullopt;
+  return fields::convertLocalDate(*date);
+}
+
+std::optional<std::string> QPRequestBase::convertLocalTime(const std::optional<QPDate>& date) {
+  if (!date) return std::nullopt;
+  return fields::convertLocalTime(*date);
+}
+
+}  // namespace brivane

@@ -1,0 +1,358 @@
+#include "brivane/api/core/QPTransportLayer.h"
+
+#include <cctype>
+#include <charconv>
+#include <exception>
+#include <sstream>
+
+#include "brivane/util/QPUtils.h"
+#include "platform/linux/QPNetworkEngine.h"
+
+namespace brivane {
+namespace {
+
+constexpr const char* kJSONContentType = "application/json";
+constexpr const char* kFormContentType = "application/x-www-form-urlencoded";
+
+QPError clientError(QPClientErrorCode code, std::string text) {
+  return QPError(std::string(QPErrorDomainClient), code, std::move(text));
+}
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
+      return false;
+  return true;
+}
+
+// Characters a URL may carry as they are; every other byte is percent-escaped so that the text
+// parses as a URL (blanks, quotes, braces, non-ASCII). Existing escapes are left alone.
+bool allowedInURL(unsigned char c) {
+  if (std::isalnum(c)) return true;
+  switch (c) {
+    case '-':
+    case '.':
+    case '_':
+    case '~':
+    case ':':
+    case '/':
+    case '?':
+    case '#':
+    case '[':
+    case ']':
+    case '@':
+    case '!':
+    case '$':
+    case '&':
+    case '\'':
+    case '(':
+    case ')':
+    case '*':
+    case '+':
+    case ',':
+    case ';':
+    case '=':
+    case '%':
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::string escapeForURL(std::string_view text) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string result;
+  result.reserve(text.size());
+  for (unsigned char c : text) {
+    if (allowedInURL(c)) {
+      result.push_back(static_cast<char>(c));
+    } else {
+      result.push_back('%');
+      result.push_back(kHex[c >> 4]);
+      result.push_back(kHex[c & 0xF]);
+    }
+  }
+  return result;
+}
+
+// ASCII with lossy conversion: every non-ASCII character becomes one '?'.
+std::string lossyASCII(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c < 0x80) {
+      result.push_back(static_cast<char>(c));
+      continue;
+    }
+    result.push_back('?');
+    while (i + 1 < text.size() && (static_cast<unsigned char>(text[i + 1]) & 0xC0) == 0x80) ++i;
+  }
+  return result;
+}
+
+// The leading integer of a text, as the platform's integer reading does: blanks, a sign, digits;
+// 0 when there are none.
+std::int64_t leadingInteger(std::string_view text) {
+  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+  bool negative = false;
+  if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
+    negative = text.front() == '-';
+    text.remove_prefix(1);
+  }
+  std::int64_t value = 0;
+  auto [ptr, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec == std::errc::result_out_of_range) return negative ? INT64_MIN : INT64_MAX;
+  if (ec != std::errc()) return 0;
+  return negative ? -value : value;
+}
+
+std::int64_t integerOf(const boost::json::value& value) {
+  switch (value.kind()) {
+    case boost::json::kind::string:
+      return leadingInteger(value.get_string());
+    case boost::json::kind::int64:
+      return value.get_int64();
+    case boost::json::kind::uint64:
+      return static_cast<std::int64_t>(value.get_uint64());
+    case boost::json::kind::double_:
+      return static_cast<std::int64_t>(value.get_double());
+    case boost::json::kind::bool_:
+      return value.get_bool() ? 1 : 0;
+    default:
+      return 0;
+  }
+}
+
+std::string textOf(const boost::json::value& value) {
+  if (value.is_string()) return std::string(value.get_string());
+  return boost::json::serialize(value);
+}
+
+std::optional<std::string> optionalTextOf(const boost::json::object& body, std::string_view key) {
+  const boost::json::value* value = body.if_contains(key);
+  if (value == nullptr || value->is_null()) return std::nullopt;
+  return textOf(*value);
+}
+
+// Parses an answer's body as JSON, top-level scalars included.
+std::optional<boost::json::value> parseJSON(const std::string& body, std::optional<QPError>* error) {
+  boost::system::error_code ec;
+  boost::json::value value = boost::json::parse(body, ec);
+  if (!ec) return value;
+  if (error != nullptr) {
+    std::string text = body.empty() ? "The answer has no body to read as JSON."
+                                    : "The answer is not valid JSON: " + ec.message() + ".";
+    *error = QPError(std::string(QPErrorDomainJSON), ec.value(), std::move(text));
+  }
+  return std::nullopt;
+}
+
+std::string identifyingReference(const QPApiClientSettingsInterface& setting) {
+  // An unset prefix prints as the platform prints a missing object.
+  return setting.partnerReferencePrefix().value_or("(null)") + *QPUtils::genRandomIdWithLength(10);
+}
+
+}  // namespace
+
+struct QPTransportLayer::Outgoing {
+  platform::NetworkRequest request;
+  std::optional<QPError> early;  // a fault found before sending: reported instead
+};
+
+std::optional<std::string> QPURLComponents::query() const {
+  if (!queryItems) return std::nullopt;
+  std::string text;
+  for (const QPURLQueryItem& item : *queryItems) {
+    if (!text.empty() || &item != &queryItems->front()) text.push_back('&');
+    text += item.name;
+    if (item.value) {
+      text.push_back('=');
+      text += *item.value;
+    }
+  }
+  return text;
+}
+
+std::optional<std::string> QPHTTPResponse::valueForHTTPHeaderField(std::string_view name) const {
+  for (const auto& [field, value] : headerFields)
+    if (equalsIgnoringCase(field, name)) return value;
+  return std::nullopt;
+}
+
+std::string QPHTTPResponse::description() const {
+  std::ostringstream out;
+  out << "<QPHTTPResponse> { URL: " << url << " } { Status Code: " << statusCode << ", Headers {";
+  for (std::size_t i = 0; i < headerFields.size(); ++i)
+    out << (i == 0 ? " " : ", ") << headerFields[i].first << ": " << headerFields[i].second;
+  out << " } }";
+  return out.str();
+}
+
+QPTransportLayer::QPTransportLayer(std::shared_ptr<QPAccessTokenProvider> accessTokenProvider,
+                                   std::shared_ptr<QPApiClientSettingsInterface> settings) {
+  setAccessTokenProvider(std::move(accessTokenProvider));
+  setSetting(std::move(settings));
+}
+
+QPTransportLayer::~QPTransportLayer() = default;
+
+std::string QPTransportLayer::composeURL(const QPURLComponents& components) const {
+  std::string base = setting_ && setting_->urlStr() ? *setting_->urlStr() : std::string();
+  std::string path = components.path.value_or("");
+  std::optional<std::string> query = components.query();
+  if (base.ends_with('/') && path.starts_with('/')) base.pop_back();
+  std::string url = base + path + (query ? "?" + *query : std::string());
+  return escapeForURL(url);
+}
+
+void QPTransportLayer::loadRequestWithURLComponents(QPURLComponents components, std::string method,
+                                                    std::optional<boost::json::object> params,
+                                                    Completion completion) {
+  Outgoing outgoing;
+  try {
+    if (!setting_ || !setting_->urlStr()) {
+      outgoing.early = clientError(QPClientErrorMissingSetting, "The base URL ('url') is not set.");
+    } else if (!setting_->programCode()) {
+      outgoing.early = clientError(QPClientErrorMissingSetting, "The 'programCode' setting must be set.");
+    } else {
+      boost::json::object identifying;
+      identifying["partnerReference"] = identifyingReference(*setting_);
+      identifying["programCode"] = *setting_->programCode();
+      if (components.queryItems) {
+        for (const auto& [key, value] : identifying)
+          components.queryItems->push_back({std::string(key), std::string(value.get_string())});
+      }
+      platform::NetworkRequest& request = outgoing.request;
+      request.url = composeURL(components);
+      request.method = std::move(method);
+      if (accessTokenProvider_) {
+        if (std::optional<std::string> token = accessTokenProvider_->getAccessToken())
+          request.headers.push_back("Authorization: Bearer " + *token);
+      }
+      request.headers.push_back(std::string("Accept: ") + kJSONContentType);
+      request.headers.push_back(std::string("Content-Type: ") + kJSONContentType);
+      if (params) {
+        if (const boost::json::value* ip = params->if_contains("X-Ip-Address"))
+          request.headers.push_back("X-Ip-Address: " + textOf(*ip));
+      }
+      if (params && !params->empty()) {
+        boost::json::object body = *params;
+        body.erase("X-Ip-Address");
+        for (const auto& [key, value] : identifying) body[key] = value;
+        request.body = boost::json::serialize(body);
+      }
+    }
+  } catch (const std::exception& e) {
+    outgoing.early =
+        clientError(QPClientErrorMissingArgument, std::string("The request could not be built: ") + e.what());
+  }
+  start(std::move(outgoing), std::move(completion));
+}
+
+void QPTransportLayer::loadRequestWithFormURLComponents(QPURLComponents components,
+                                                        std::optional<QPFormParams> params,
+                                                        Completion completion) {
+  Outgoing outgoing;
+  if (!setting_ || !setting_->urlStr()) {
+    outgoing.early = clientError(QPClientErrorMissingSetting, "The base URL ('url') is not set.");
+  } else {
+    platform::NetworkRequest& request = outgoing.request;
+    request.url = composeURL(components);
+    request.method = "POST";
+    if (accessTokenProvider_) {
+      if (std::optional<std::string> token = accessTokenProvider_->getAccessToken())
+        request.headers.push_back("Authorization: Bearer " + *token);
+    }
+    request.headers.push_back(std::string("Accept: ") + kJSONContentType);
+    request.headers.push_back(std::string("Content-Type: ") + kFormContentType);
+    if (params && !params->empty()) {
+      std::string text;
+      for (const auto& [key, value] : *params) text += key + "=" + value + "&";  // the last "&" stays
+      std::string bytes = lossyASCII(text);
+      request.headers.push_back("Content-Length: " + std::to_string(bytes.size()));
+      request.body = std::move(bytes);
+    }
+  }
+  start(std::move(outgoing), std::move(completion));
+}
+
+void QPTransportLayer::start(Outgoing outgoing, Completion completion) {
+  auto engine = platform::NetworkEngine::shared();
+  if (outgoing.early) {
+    engine->dispatch([completion = std::move(completion), error = std::move(*outgoing.early)]() {
+      if (completion) completion(std::nullopt, error);
+    });
+    return;
+  }
+  outgoing.request.timeout = timeout_;
+  outgoing.request.maximumResponseSize = maximumResponseSize_;
+  std::weak_ptr<QPTransportLayer> weakSelf = weak_from_this();
+  engine->perform(std::move(outgoing.request),
+                  [weakSelf, completion = std::move(completion)](platform::NetworkResult result) {
+                    std::optional<QPError> error;
+                    if (auto self = weakSelf.lock()) {
+                      error = self->errorFromResponse(result.response ? &*result.response : nullptr,
+                                                      result.error, &result.body);
+                    } else {
+                      // Released meanwhile: the status is not judged, but a networking failure is still one.
+                      error = result.error;
+                    }
+                    std::optional<boost::json::value> json;
+                    if (!error) json = parseJSON(result.body, &error);
+                    if (completion) completion(std::move(json), std::move(error));
+                  });
+}
+
+std::string QPTransportLayer::defaultMessageFromResponse(const QPHTTPResponse& response) const {
+  return "An API returned status code " + std::to_string(response.statusCode) + " - " +
+         response.description();
+}
+
+std::optional<QPError> QPTransportLayer::errorFromResponse(const QPHTTPResponse* response,
+                                                           const std::optional<QPError>& error,
+                                                           const std::string* data) const {
+  if (response == nullptr) return error;
+  const long status = response->statusCode;
+  if (status >= 200 && status <= 299) return error;
+
+  boost::json::object body;
+  std::optional<std::string> contentType = response->valueForHTTPHeaderField("Content-Type");
+  if (contentType && contentType->find("application/json") != std::string::npos && data != nullptr) {
+    if (auto parsed = parseJSON(*data, nullptr); parsed && parsed->is_object()) body = parsed->get_object();
+  }
+
+  auto fromResponseCode = [&]() {
+    return QPError(response->url, integerOf(body.at("responseCode")),
+                   optionalTextOf(body, "responseDescription"));
+  };
+
+  if (status == 400 || status == 401 || status == 403) {
+    if (const boost::json::value* errorValue = body.if_contains("error")) {
+      if (errorValue->is_string() && errorValue->get_string() == "invalid_grant") {
+        std::string code = "proxy_0270";
+        std::string message = "Invalid token.";
+        const boost::json::value* described = body.if_contains("error_description");
+        if (described != nullptr && described->is_string()) {
+          std::string_view text = described->get_string();
+          std::size_t blank = text.find(' ');
+          // "RC<code> <message>"; a text without a blank keeps the generic pair.
+          if (text.starts_with("RC") && blank != std::string_view::npos) {
+            code = std::string(text.substr(2, blank - 2));
+            message = std::string(text.substr(blank + 1));
+          }
+        }
+        return QPError(response->url, leadingInteger(code), message);
+      }
+      return QPError(response->url, status, textOf(*errorValue));
+    }
+    if (body.contains("responseCode")) return fromResponseCode();
+    return error;
+  }
+  if (status == 503) return QPError(response->url, 503, defaultMessageFromResponse(*response));
+  if (body.contains("responseCode")) return fromResponseCode();
+  return error;
+}
+
+}  // namespace brivane
