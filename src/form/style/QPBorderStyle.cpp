@@ -33,8 +33,12 @@ bool QPBorderStyle::isObjSet() const {
 }
 
 std::string QPBorderStyle::css() {
-  return leftBorderStyle()->css() + rightBorderStyle()->css() + topBorderStyle()->css() +
-         bottomBorderStyle()->css();
+  // One side at a time: a side shared by two positions prints the name of each in turn.
+  std::string css = leftBorderStyle()->css();
+  css += rightBorderStyle()->css();
+  css += topBorderStyle()->css();
+  css += bottomBorderStyle()->css();
+  return css;
 }
 
 }  // namespace brivane

@@ -1,6 +1,7 @@
 #include "brivane/form/style/QPFormStyleJSON.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -62,7 +63,10 @@ void applyFields(Target& target, const json::value& value, const std::string& pa
 }
 
 double numberAt(const json::value& value, const std::string& path) {
-  if (value.is_double()) return value.get_double();
+  if (value.is_double()) {
+    if (!std::isfinite(value.get_double())) fail(path, "expected a finite number");
+    return value.get_double();
+  }
   if (value.is_int64()) return static_cast<double>(value.get_int64());
   if (value.is_uint64()) return static_cast<double>(value.get_uint64());
   fail(path, "expected a number");

@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "brivane/form/style/QPFontStyle.h"
+
+namespace brivane {
+namespace {
+
+TEST(QPFontStyle, DefaultIsUnsetYetPrintsSizeAndNormalWeight) {
+  QPFontStyle font;
+  EXPECT_FALSE(font.isObjSet());
+  EXPECT_EQ(font.css(), "font-size: 16.000000px !important; font-weight: normal !important; ");
+  EXPECT_EQ(font.json(), "'font-size': '16.000000px', 'font-weight': 'normal', ");
+}
+
+TEST(QPFontStyle, EachFieldMakesItSet) {
+  QPFontStyle named, sized, coloured, styled, restored;
+  named.setFontName("Inter");
+  sized.setTextSize(16.0000001);
+  coloured.setTextColor(QPColor::black());
+  styled.setTextStyle(1);  // a meaningless bit still counts as a change
+  EXPECT_TRUE(named.isObjSet());
+  EXPECT_TRUE(sized.isObjSet());
+  EXPECT_TRUE(coloured.isObjSet());
+  EXPECT_TRUE(styled.isObjSet());
+
+  restored.setTextSize(16.0);
+  restored.setFontName(std::nullopt);
+  EXPECT_FALSE(restored.isObjSet());
+}
+
+TEST(QPFontStyle, FullCssInDeclarationOrder) {
+  QPFontStyle font;
+  font.setFontName("Open Sans");
+  font.setTextSize(12.5);
+  font.setTextColor(QPColor::rgba(1, 0, 0, 0.5));
+  font.setTextStyle(QPFontStyle::kTextStyleBold | QPFontStyle::kTextStyleItalic);
+  EXPECT_EQ(
+      font.css(),
+      "font-family:\"Open Sans\" !important; font-size: 12.500000px !important; color: #FF000080 !important; "
+      "font-weight: normal !important; font-weight: bold !important; font-style: italic !important; ");
+  // The script members never carry the family.
+  EXPECT_EQ(
+      font.json(),
+      "'font-size': '12.500000px', 'color': '#FF000080', 'font-weight': 'normal', 'font-weight': 'bold', "
+      "'font-style': 'italic', ");
+}
+
+TEST(QPFontStyle, OnlyBitsTwoAndFourCount) {
+  QPFontStyle font;
+  font.setTextStyle(1 | 8 | 16);
+  EXPECT_EQ(font.css(), "font-size: 16.000000px !important; font-weight: normal !important; ");
+  font.setTextStyle(4);
+  EXPECT_EQ(font.json(), "'font-size': '16.000000px', 'font-weight': 'normal', 'font-style': 'italic', ");
+  font.setTextStyle(-1);  // all bits
+  EXPECT_NE(font.css().find("bold"), std::string::npos);
+  EXPECT_NE(font.css().find("italic"), std::string::npos);
+}
+
+TEST(QPFontStyle, SizePrintsAsPercentF) {
+  QPFontStyle font;
+  const std::pair<double, const char*> cases[] = {
+      {0.1, "0.100000"},       {1.0 / 3.0, "0.333333"},
+      {-2.0, "-2.000000"},     {1e20, "100000000000000000000.000000"},
+      {0.0000004, "0.000000"}, {2.5e-6, "0.000003"}};
+  for (const auto& [size, text] : cases) {
+    font.setTextSize(size);
+    EXPECT_EQ(font.css(),
+              std::string("font-size: ") + text + "px !important; font-weight: normal !important; ");
+  }
+  font.setTextSize(std::numeric_limits<double>::infinity());
+  EXPECT_EQ(font.json(), "'font-size': 'infpx', 'font-weight': 'normal', ");
+  font.setTextSize(1e300);
+  EXPECT_EQ(font.css().size(),
+            std::string("font-size: px !important; font-weight: normal !important; ").size() + 308);
+}
+
+}  // namespace
+}  // namespace brivane
