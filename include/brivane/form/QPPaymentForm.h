@@ -1,0 +1,152 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtkmm/box.h>
+
+#include <boost/json/value.hpp>
+
+#include "brivane/form/QPFormRenderer.h"
+#include "brivane/form/QPPaymentFormTypes.h"
+#include "brivane/form/style/QPFormStyle.h"
+#include "brivane/form/style/QPPayPalButtonStyle.h"
+
+namespace brivane {
+
+class CustomWebView;
+
+/// The payment form: a GTK widget that shows a payment provider's card, SEPA, PayPal or PayU
+/// page in an embedded web engine and reports the outcome through callbacks.
+///
+/// Thread rules: the form lives on the GTK main thread. Create it, configure it, render it,
+/// destroy it and expect every callback there. Work scheduled for later (script answers,
+/// timers) does nothing once the form is destroyed.
+///
+/// Use: set `mode`, `providerMode`, `paymentProvider`, `redirectURL`, `apiURL`, the
+/// callbacks, then call `renderWithPaymentOptions`. A rejected configuration goes to
+/// `onCancel`, or throws `std::invalid_argument` when no `onCancel` is set.
+class QPPaymentForm : public Gtk::Box {
+ public:
+  using FormLoadedCallback = std::function<void()>;
+  /// (payment option code, authorization token, payload).
+  using SuccessCallback =
+      std::function<void(const std::optional<std::string>& paymentOptionCode,
+                         const std::string& authorizationToken, const std::optional<std::string>& payload)>;
+  /// The error payload: the page's error value, or a text for failed loads.
+  using ErrorCallback = std::function<void(const boost::json::value& error)>;
+  /// The message of a rejected configuration, or nil for a user's cancel.
+  using CancelCallback = std::function<void(const std::optional<std::string>& message)>;
+  using BeforeSubmitCallback = std::function<void()>;
+  /// May call `preventSubmit` on the object to keep the page from submitting.
+  using BeforeSubmitCallbackWithArg =
+      std::function<void(const std::shared_ptr<OnBeforeSubmitObj>& arguments)>;
+  /// Every script message the page posts, after the form has handled it (diagnostics).
+  using ScriptMessageObserver = std::function<void(const std::string& name, const boost::json::value& body)>;
+
+  /// Builds the web view and registers the script message handlers (`defaultInit`).
+  QPPaymentForm();
+  /// Tears the web view down: handlers unregistered, loading stopped, delegates cleared.
+  ~QPPaymentForm() override;
+  QPPaymentForm(const QPPaymentForm&) = delete;
+  QPPaymentForm& operator=(const QPPaymentForm&) = delete;
+
+  /// 0 registration (default), 1 payment, -1 not set (rejected).
+  std::int64_t mode() const;
+  void setMode(std::int64_t mode);
+  /// 0 test (default), other values live, -1 not set (rejected).
+  std::int64_t providerMode() const;
+  void setProviderMode(std::int64_t providerMode);
+  /// `QPPaymentProvider`, 0 by default.
+  std::uint64_t paymentProvider() const;
+  void setPaymentProvider(std::uint64_t provider);
+  /// Offer the user to store the payment option (payment mode only).
+  bool showStorePaymentMethod() const;
+  void setShowStorePaymentMethod(bool show);
+  /// The host's return URL.
+  const std::optional<std::string>& redirectURL() const;
+  void setRedirectURL(std::optional<std::string> url);
+  /// Base URL of the provider's form service, stored with a trailing "/". After a render
+  /// with provider 0 it holds the card gateway's widget URL.
+  const std::optional<std::string>& apiURL() const;
+  void setApiURL(const std::optional<std::string>& url);
+  /// Where the providers live and call back; production values by default.
+  const QPFormDeployment& deployment() const;
+  void setDeployment(QPFormDeployment deployment);
+
+  const FormLoadedCallback& onFormLoaded() const;
+  void setOnFormLoaded(FormLoadedCallback callback);
+  const SuccessCallback& onSuccessCallback() const;
+  void setOnSuccessCallback(SuccessCallback callback);
+  const ErrorCallback& onError() const;
+  void setOnError(ErrorCallback callback);
+  const CancelCallback& onCancel() const;
+  void setOnCancel(CancelCallback callback);
+  /// Setting one before-submit callback clears the other.
+  const BeforeSubmitCallback& onBeforeSubmitCallback() const;
+  void setOnBeforeSubmitCallback(BeforeSubmitCallback callback);
+  const BeforeSubmitCallbackWithArg& onBeforeSubmitCallbackWithArg() const;
+  void setOnBeforeSubmitCallbackWithArg(BeforeSubmitCallbackWithArg callback);
+  /// Diagnostics: sees every script message; null by default.
+  void setScriptMessageObserver(ScriptMessageObserver observer);
+
+  /// The eight script message names of the page, in their fixed order.
+  static const std::vector<std::string>& wkScripMessageNames();
+  /// Whether `code` may be the only payment option for the current provider.
+  bool isPaymentOptionValid(const std::string& code) const;
+  /// Whether `code` may be one of two or more payment options for the current provider.
+  bool isPaymentOptionCodeValidInSet(const std::string& code) const;
+
+  /// Checks the configuration, fills the provider's template and loads it (PayU: loads the
+  /// token's URL). A rejected configuration is reported to `onCancel` or thrown as
+  /// `std::invalid_argument` with the message; a missing template throws
+  /// `std::invalid_argument` ("file not found").
+  void renderWithPaymentOptions(const std::optional<std::vector<std::string>>& paymentOptions,
+                                const std::optional<std::string>& authorizationToken,
+                                const std::shared_ptr<QPFormStyle>& formStyle);
+  /// `renderWithPaymentOptions` with one code given by number (0 "VISA" ... 7 "DISCOVER").
+  void renderWithPaymentOptionCode(std::int64_t paymentOptionCode,
+                                   const std::optional<std::string>& authorizationToken,
+                                   const std::shared_ptr<QPFormStyle>& formStyle);
+  /// The section switch of the templates (see `QPFormRenderer::setHtmlPartWithName`).
+  static void setHtmlPartWithName(const std::string& name, std::string& html, bool enabled);
+  /// The style's PayPal button style, or the default one.
+  static QPPayPalButtonStyle getPayPalButtonStyle(const std::shared_ptr<QPFormStyle>& formStyle);
+
+  /// Shows or hides one input (0 to 3) or all four (4). Queued until the page has loaded.
+  void setElement(std::uint64_t element, bool visible);
+  /// Runs the queued script calls in order, without waiting for their answers.
+  void performDelayedJSCalls();
+  /// Asks the page to submit (providers 0 and 3 to 7; nothing for PayU and PayPal).
+  void submit();
+  /// Submits and answers the next before-submit request without calling the host.
+  void acceptAndSubmit();
+
+  /// The payment option code of the form shown (nil when several are shown).
+  const std::optional<std::string>& paymentCode() const;
+  /// The token passed to the last accepted render.
+  const std::optional<std::string>& authToken() const;
+  /// `QPToolbarType` of the keyboard toolbar.
+  std::uint64_t toolbarType() const;
+  /// The first page load has finished.
+  bool isWebViewLoaded() const;
+  /// Success, error or cancel has been reached since the last render.
+  bool isFormFinished() const;
+  /// Whether the activity indicator is showing.
+  bool isActivityIndicatorShown() const;
+
+  /// The engine view (internal type; see CustomWebView.h in the sources).
+  CustomWebView& webView();
+
+  struct Impl;
+
+ private:
+  void defaultInit();
+  std::shared_ptr<Impl> impl_;
+};
+
+}  // namespace brivane

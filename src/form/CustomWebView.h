@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include <gtkmm/widget.h>
+
+#include <boost/json/value.hpp>
+
+typedef struct _WebKitWebView WebKitWebView;
+typedef struct _WebKitUserContentManager WebKitUserContentManager;
+
+namespace brivane {
+
+/// The engine's web view as the payment form uses it: a WebKitGTK view with a given user
+/// content manager, TLS verification left on, and plain helpers for loading and scripts.
+/// GTK main thread only.
+class CustomWebView {
+ public:
+  /// Answer of an evaluated script: the result as JSON, or the script's error text.
+  using ScriptResult = std::function<void(const std::optional<boost::json::value>& result,
+                                          const std::optional<std::string>& error)>;
+
+  explicit CustomWebView(WebKitUserContentManager* manager);
+  ~CustomWebView();
+  CustomWebView(const CustomWebView&) = delete;
+  CustomWebView& operator=(const CustomWebView&) = delete;
+
+  WebKitWebView* view() const { return view_; }
+  WebKitUserContentManager* userContentManager() const;
+  /// The view as a gtkmm widget, to place in a container.
+  Gtk::Widget& widget() { return *widget_; }
+
+  void loadHTML(const std::string& html, const std::string& baseURL);
+  void loadURL(const std::string& url);
+  void stopLoading();
+  /// Evaluates `script` in the main frame; `done` (may be null) receives the answer later on
+  /// the main loop, also when the view is gone by then (with an error).
+  void evaluate(const std::string& script, ScriptResult done = nullptr);
+  /// The allocated height in pixels (0 before the first layout).
+  double height() const;
+
+ private:
+  WebKitWebView* view_ = nullptr;
+  Gtk::Widget* widget_ = nullptr;
+};
+
+}  // namespace brivane

@@ -1,0 +1,433 @@
+#include "brivane/form/QPFormRenderer.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "brivane/api/core/QPLookups.h"
+#include "brivane/util/QPUtils.h"
+#include "util/QPBundle.h"
+
+namespace brivane {
+namespace {
+
+const char kFormLibraryAnchor = 0;
+
+bool contains(const std::vector<std::string>& list, const std::string& value) {
+  return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+bool isFormServiceProvider(std::uint64_t provider) {
+  return provider >= 3 && provider <= 7;
+}
+
+char lowerASCII(char c) {
+  return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
+std::string inQuotes(const std::string& text) {
+  return "\"" + text + "\"";
+}
+
+// Removes every line feed, then puts a backslash before every double quote, so that the CSS
+// fits into a double-quoted script string.
+std::string escapedForScriptString(const std::string& css) {
+  std::string result;
+  result.reserve(css.size());
+  for (char c : css) {
+    if (c == '\n') continue;
+    if (c == '"') result.push_back('\\');
+    result.push_back(c);
+  }
+  return result;
+}
+
+std::string readTemplate(const std::string& directory, const std::string& name) {
+  const std::filesystem::path file = std::filesystem::path(directory) / (name + ".html");
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(file, error)) throw std::invalid_argument("file not found");
+  std::ifstream in(file, std::ios::binary);
+  std::stringstream content;
+  if (in) content << in.rdbuf();  // an unreadable template renders as an empty page
+  return content.str();
+}
+
+}  // namespace
+
+const std::string& QPFormRenderer::formVersion() {
+  static const std::string version = "7.6.0";
+  return version;
+}
+
+const std::string& QPFormRenderer::brandCSS() {
+  static const std::string css =
+      " .qp-group-brand {display: flex; justify-content: flex-end; align-items: center; } .qp-label-brand "
+      "{display: none;}";
+  return css;
+}
+
+const std::vector<std::string>& QPFormRenderer::wkScripMessageNames() {
+  static const std::vector<std::string> names = {
+      "ObjC_Log",      "ios_formLoaded", "ios_showLoading",      "ios_formError",
+      "ios_postParam", "ObjC_onError",   "ObjC_PrevButtEnabled", "ObjC_NextButtEnabled"};
+  return names;
+}
+
+std::string QPFormRenderer::normalizedApiURL(const std::string& url) {
+  return url.ends_with("/") ? url : url + "/";
+}
+
+bool QPFormRenderer::isPaymentOptionValid(std::uint64_t provider, const std::string& code) {
+  switch (provider) {
+    case QPPaymentProviderPayon:
+    case QPPaymentProviderPayonPci:
+      return code == QPLookups::PaymentOptionCode_Visa() ||
+             code == QPLookups::PaymentOptionCode_MasterCard() ||
+             code == QPLookups::PaymentOptionCode_BankAccount() ||
+             code == QPLookups::PaymentOptionCode_PayPal();
+    case QPPaymentProviderPayU:
+      return code == QPLookups::PaymentOptionCode_PayU();
+    case QPPaymentProviderPayPal:
+      return code == QPLookups::PaymentOptionCode_PayPal();
+    case QPPaymentProviderSepa:
+      return code == QPLookups::PaymentOptionCode_BankAccount();
+    default:
+      return isPaymentOptionCodeValidInSet(provider, code);
+  }
+}
+
+bool QPFormRenderer::isPaymentOptionCodeValidInSet(std::uint64_t provider, const std::string& code) {
+  const bool card =
+      code == QPLookups::PaymentOptionCode_Visa() || code == QPLookups::PaymentOptionCode_MasterCard();
+  const bool otherCard =
+      code == QPLookups::PaymentOptionCode_Amex() || code == QPLookups::PaymentOptionCode_Discover();
+  switch (provider) {
+    case QPPaymentProviderPayon:
+    case QPPaymentProviderPayonPci:
+      return card;
+    case QPPaymentProviderCyberSource:
+    case QPPaymentProviderCyberSourceTokenEx:
+      return card || otherCard;
+    case QPPaymentProviderVesta:
+      return card || otherCard || code == QPLookups::PaymentOptionCode_Maestro();
+    case QPPaymentProviderSepa:
+      return code == QPLookups::PaymentOptionCode_BankAccount();
+    default:
+      return false;
+  }
+}
+
+std::string QPFormRenderer::paymentOptionCodeForNumber(std::int64_t number) {
+  switch (number) {
+    case 0:
+      return QPLookups::PaymentOptionCode_Visa();
+    case 1:
+      return QPLookups::PaymentOptionCode_MasterCard();
+    case 2:
+      return QPLookups::PaymentOptionCode_BankAccount();
+    case 3:
+      return QPLookups::PaymentOptionCode_PayU();
+    case 4:
+      return QPLookups::PaymentOptionCode_PayPal();
+    case 5:
+      return QPLookups::PaymentOptionCode_Amex();
+    case 6:
+      return QPLookups::PaymentOptionCode_Maestro();
+    case 7:
+      return QPLookups::PaymentOptionCode_Discover();
+    default:
+      return "";
+  }
+}
+
+std::string QPFormRenderer::elementName(std::uint64_t element) {
+  switch (element) {
+    case QPFormElementCardNumber:
+      return "cardNumber";
+    case QPFormElementExpiry:
+      return "expiry";
+    case QPFormElementCardHolder:
+      return "cardHolder";
+    case QPFormElementCvv:
+      return "cvv";
+    default:
+      return "";
+  }
+}
+
+std::string QPFormRenderer::templateNameForProvider(std::uint64_t provider) {
+  if (provider == QPPaymentProviderPayPal) return "paypal_form";
+  if (isFormServiceProvider(provider)) return "cybersource_form";
+  return "payon_form";
+}
+
+std::optional<std::string> QPFormRenderer::checkConfiguration(
+    const QPFormConfiguration& configuration, const std::optional<std::vector<std::string>>& options,
+    const std::optional<std::string>& authorizationToken) {
+  if (!options || options->empty()) {
+    return "The 'paymentOptions' must be set and must contain at least one payment code";
+  }
+  if (configuration.mode == QPPaymentFormModeNotSet) return "The 'mode' property must be set.";
+  if (configuration.mode != QPPaymentFormModePayment && configuration.showStorePaymentMethod) {
+    return "The 'showStorePaymentMethod' property is not supported in Registration mode.";
+  }
+  if (configuration.providerMode == QPProviderModeNotSet)
+    return "The 'paymentProviderMode' property must be set.";
+  if (!authorizationToken) return "The 'authorizationToken' property must be set.";
+  const std::uint64_t provider = configuration.paymentProvider;
+  const bool needsRedirect = contains(*options, QPLookups::PaymentOptionCode_PayU()) ||
+                             (provider >= QPPaymentProviderCyberSource && provider <= QPPaymentProviderSepa);
+  if (needsRedirect && (!configuration.redirectURL || configuration.redirectURL->empty())) {
+    return "The 'redirectURL' property must be set.";
+  }
+  if (!configuration.apiURL || configuration.apiURL->empty()) return "The 'apiURL' property must be set.";
+
+  std::optional<std::string> message;
+  for (const std::string& code : *options) {
+    if (!isPaymentOptionValid(provider, code)) {
+      message = "Invalid payment option " + code + " for current payment provider.";
+      break;
+    }
+  }
+  // The set check runs even after a failed option check, and its message wins.
+  if (options->size() >= 2) {
+    for (const std::string& code : *options) {
+      if (!isPaymentOptionCodeValidInSet(provider, code)) {
+        message = "Unexpected set of payment options (" + code + ").";
+        break;
+      }
+    }
+  }
+  return message;
+}
+
+std::size_t QPFormRenderer::findIgnoringCase(std::string_view text, std::string_view needle,
+                                             std::size_t from) {
+  if (needle.empty() || from > text.size() || needle.size() > text.size() - from) return std::string::npos;
+  auto found = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), needle.begin(),
+                           needle.end(), [](char a, char b) { return lowerASCII(a) == lowerASCII(b); });
+  return found == text.end() ? std::string::npos : static_cast<std::size_t>(found - text.begin());
+}
+
+void QPFormRenderer::replaceAllIgnoringCase(std::string& text, std::string_view target,
+                                            std::string_view replacement) {
+  std::size_t position = findIgnoringCase(text, target);
+  if (position == std::string::npos) return;
+  std::string result;
+  result.reserve(text.size());
+  std::size_t copied = 0;
+  while (position != std::string::npos) {
+    result.append(text, copied, position - copied);
+    result.append(replacement);
+    copied = position + target.size();
+    position = findIgnoringCase(text, target, copied);
+  }
+  result.append(text, copied, std::string::npos);
+  text = std::move(result);
+}
+
+void QPFormRenderer::setHtmlPartWithName(const std::string& name, std::string& html, bool enabled) {
+  std::string closing = name;
+  std::replace(closing.begin(), closing.end(), '#', '/');
+  const std::size_t open = findIgnoringCase(html, name);
+  if (open == std::string::npos) return;
+  const std::size_t close = findIgnoringCase(html, closing, open + name.size());
+  if (close == std::string::npos) return;
+  if (enabled) {
+    replaceAllIgnoringCase(html, name, "");
+    replaceAllIgnoringCase(html, closing, "");
+  } else {
+    html.erase(open, close + closing.size() - open);
+  }
+}
+
+std::string QPFormRenderer::payUURL(const std::string& token, const std::string& locale) {
+  const std::string parameter = "lang=" + locale;
+  const std::size_t lang = findIgnoringCase(token, "lang=");
+  if (lang != std::string::npos) {
+    const std::size_t end = token.find('&', lang);
+    std::string url = token;
+    url.replace(lang, (end == std::string::npos ? token.size() : end) - lang, parameter);
+    return url;
+  }
+  return token + (token.find('?') != std::string::npos ? "&" : "?") + parameter;
+}
+
+std::string QPFormRenderer::bundleDirectory() {
+  static const std::string directory = [] {
+    std::optional<std::filesystem::path> formLibrary = bundle::libraryDirectoryOf(&kFormLibraryAnchor);
+    if (formLibrary) {
+      if (auto inside = bundle::bundleInside(*formLibrary)) return inside->string();
+    }
+    std::filesystem::path core = bundle::coreBundleDirectory();
+    if (core.filename() == bundle::kBundleName || !formLibrary) return core.string();
+    return formLibrary->string();
+  }();
+  return directory;
+}
+
+QPRenderEnvironment QPRenderEnvironment::current() {
+  QPRenderEnvironment environment;
+  environment.locale = QPUtils::getCurLocale();
+  environment.localeFull = QPUtils::getCurLocaleFull();
+  environment.text = [](std::string_view key) { return QPUtils::LStr(key); };
+  return environment;
+}
+
+QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
+                                      const std::vector<std::string>& options,
+                                      const std::string& authorizationToken,
+                                      const std::shared_ptr<QPFormStyle>& formStyle,
+                                      const QPFormDeployment& deployment,
+                                      const QPRenderEnvironment& environment) {
+  const std::uint64_t provider = configuration.paymentProvider;
+  QPRenderedForm rendered;
+  rendered.apiURL = configuration.apiURL;
+
+  if (contains(options, QPLookups::PaymentOptionCode_PayU())) {
+    rendered.isPayU = true;
+    rendered.paymentCode = QPLookups::PaymentOptionCode_PayU();
+    rendered.url = payUURL(authorizationToken, environment.locale);
+    return rendered;
+  }
+
+  // Payment code and brands.
+  std::string brands;
+  bool brandDetection = false;
+  std::string paymentCode;
+  if (options.size() >= 2 && !contains(options, QPLookups::PaymentOptionCode_BankAccount())) {
+    brands = "VISA MASTER";
+    brandDetection = true;
+  } else {
+    paymentCode = options.front();
+    if (paymentCode == QPLookups::PaymentOptionCode_Visa()) {
+      brands = "VISA";
+    } else if (paymentCode == QPLookups::PaymentOptionCode_MasterCard()) {
+      brands = "MASTER";
+    } else if (paymentCode == QPLookups::PaymentOptionCode_BankAccount()) {
+      brands = "DIRECTDEBIT_SEPA";
+    } else {
+      brands = paymentCode;
+    }
+  }
+  rendered.paymentCode = paymentCode;
+
+  std::string css = formStyle ? formStyle->cssForProvider(static_cast<std::int64_t>(provider)) : "";
+  const bool showCVVHint = formStyle ? formStyle->paymentFormShowCVVHint() : false;
+  const std::string cardNumberPlaceholder = formStyle ? formStyle->placeholderCardNumCSS() : "";
+  const std::string cvvPlaceholder = formStyle ? formStyle->placeholderCVVCSS() : "";
+
+  const bool live = configuration.providerMode != QPProviderModeTest;
+  const std::string widgetURL =
+      live ? deployment.gatewayWidgetBaseURLLive : deployment.gatewayWidgetBaseURLTest;
+  const std::string providerModeText = live ? "live" : "test";
+  const std::string callbackURL = deployment.callbackBaseURL + "?paymentOptionCode=" + paymentCode +
+                                  "&authorizationToken=" + authorizationToken;
+
+  std::string html =
+      readTemplate(environment.templateDirectory.empty() ? bundleDirectory() : environment.templateDirectory,
+                   templateNameForProvider(provider));
+
+  std::string locale = environment.locale;
+  const std::string storable = configuration.showStorePaymentMethod ? "true" : "false";
+  const std::string apiURL = configuration.apiURL.value_or("");
+  std::string providerName;
+  if (provider == QPPaymentProviderPayon) {
+    for (const auto& [from, to] : {std::pair{"zh", "cn"}, std::pair{"cs", "cz"}, std::pair{"el", "gr"}}) {
+      if (locale.starts_with(from)) {
+        locale.replace(0, 2, to);
+        break;
+      }
+    }
+    rendered.apiURL = widgetURL;
+  } else if (provider == QPPaymentProviderPayPal) {
+    replaceAllIgnoringCase(html, "{{{locale}}}", environment.localeFull);
+    replaceAllIgnoringCase(html, "{{{successURL}}}", deployment.payPalSuccessURL);
+    replaceAllIgnoringCase(html, "{{{cancelURL}}}", deployment.payPalCancelURL);
+  } else if (isFormServiceProvider(provider)) {
+    std::string optionCodes = inQuotes(paymentCode);
+    if (provider != QPPaymentProviderSepa && options.size() >= 2) {
+      optionCodes.clear();
+      for (const std::string& code : options) optionCodes += "," + inQuotes(code);
+      optionCodes.erase(0, 1);
+      rendered.paymentCode.reset();
+    }
+    replaceAllIgnoringCase(html, "{{{authorizationToken}}}", authorizationToken);
+    const bool cyberSource =
+        provider == QPPaymentProviderCyberSource || provider == QPPaymentProviderCyberSourceTokenEx;
+    const std::string formURL = cyberSource ? apiURL + "cybersource/paymentform" : apiURL;
+    css = escapedForScriptString(css + brandCSS());
+    replaceAllIgnoringCase(html, "{{{paymentFormUrl}}}", formURL);
+    replaceAllIgnoringCase(html, "__paymentOptionCodes__", optionCodes);
+    replaceAllIgnoringCase(html, "__iframeCss__", css);
+    providerName = cyberSource                          ? "cyber"
+                   : provider == QPPaymentProviderVesta ? "vesta"
+                   : provider == QPPaymentProviderSepa  ? "sepa"
+                                                        : "payonpci";
+  }
+
+  const double height = environment.viewHeight < 1.0 ? environment.screenHeight : environment.viewHeight;
+  const std::string formHeight = std::to_string(static_cast<int>(height)) + "px";
+  auto text = [&environment](std::string_view key) {
+    return environment.text ? environment.text(key) : std::string(key);
+  };
+  const std::string submitTitle = text(
+      configuration.mode == QPPaymentFormModeRegistration ? "submit_butt_title" : "submit_pay_butt_title");
+
+  if (provider == QPPaymentProviderPayPal) {
+    const QPPayPalButtonStyle button = formStyle && formStyle->paypalButtonStyle()
+                                           ? *formStyle->paypalButtonStyle()
+                                           : QPPayPalButtonStyle::initDefault();
+    replaceAllIgnoringCase(html, "{{{paypalButtonSize}}}", button.getButtonSizeAsString());
+    replaceAllIgnoringCase(html, "{{{paypalButtonColor}}}", button.getButtonColorAsString());
+    replaceAllIgnoringCase(html, "{{{paypalButtonShape}}}", button.getButtonShapeAsString());
+    replaceAllIgnoringCase(html, "{{{paypalButtonLabel}}}", button.getButtonLabelAsString());
+    replaceAllIgnoringCase(html, "{{{paypalButtonTagline}}}", button.getButtonTaglineAsString());
+  }
+
+  const std::pair<std::string_view, std::string> substitutions[] = {
+      {"{{{payment_form_version}}}", formVersion()},
+      {"__useTokenEx__", provider == QPPaymentProviderCyberSourceTokenEx ? "true" : "false"},
+      {"__isStorable__", storable},
+      {"{{{paymentProvider}}}", providerName},
+      {"{{{submitButtonTitle}}}", submitTitle},
+      {"{{{locale}}}", locale},
+      {"{{{formHeight}}}", formHeight},
+      {"{{{paymentProviderMode}}}", providerModeText},
+      {"{{{token}}}", authorizationToken},
+      {"{{{widgetUrl}}}", widgetURL},
+      {"{{{callbackUrl}}}", callbackURL},
+      {"{{{brands}}}", brands},
+      {"{{{cssStyles}}}", css},
+      {"{{{cardNumberPlaceholderJson}}}", cardNumberPlaceholder},
+      {"{{{cvvPlaceholderJson}}}", cvvPlaceholder},
+      {"{{validationErrorInvalidIbanCountry}}", text("iban_country_warning")},
+      {"{{validationErrorCardHolder}}", text("invalid_card_holder")},
+      {"{{validationErrorAccountHolder}}", text("invalid_account_holder")},
+      {"{{storePaymentMethodText}}", text("store_payment_option")},
+  };
+  for (const auto& [placeholder, value] : substitutions) replaceAllIgnoringCase(html, placeholder, value);
+
+  setHtmlPartWithName("{{#showCVVHint}}", html, showCVVHint);
+  setHtmlPartWithName("{{#useBrandDetection}}", html, brandDetection);
+  setHtmlPartWithName("{{#showStorePaymentMethod}}", html, configuration.showStorePaymentMethod);
+
+  rendered.html = std::move(html);
+  rendered.url = rendered.apiURL.value_or("");
+  return rendered;
+}
+
+QPFormDeployment QPFormDeployment::forBaseURL(const std::string& baseURL) {
+  QPFormDeployment deployment;
+  deployment.gatewayWidgetBaseURLTest = baseURL + "/providers/payon/test/v1/";
+  deployment.gatewayWidgetBaseURLLive = baseURL + "/providers/payon/live/v1/";
+  deployment.callbackBaseURL = baseURL + "/callbacks/payon";
+  deployment.payPalSuccessURL = baseURL + "/callbacks/paypal/success/";
+  deployment.payPalCancelURL = baseURL + "/callbacks/paypal/cancel/";
+  return deployment;
+}
+
+}  // namespace brivane
