@@ -21,6 +21,7 @@ class QPBorderSideStyle : public QPEmptyCheckerProtocol {
 
   /// True once `size` or `color` has been set.
   bool isObjSet() const override { return isObjSet_; }
+  /// Overrides the stored flag.
   void setIsObjSet(bool isObjSet) { isObjSet_ = isObjSet; }
 
   /// The side colour; black when none is stored.

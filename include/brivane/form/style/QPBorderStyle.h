@@ -18,14 +18,22 @@ namespace brivane {
 /// Plain value object: use from one thread at a time.
 class QPBorderStyle : public QPEmptyCheckerProtocol {
  public:
+  /// The left side, created on first read, named "left" on every read.
   std::shared_ptr<QPBorderSideStyle> leftBorderStyle();
+  /// The right side, created on first read, named "right" on every read.
   std::shared_ptr<QPBorderSideStyle> rightBorderStyle();
+  /// The top side, created on first read, named "top" on every read.
   std::shared_ptr<QPBorderSideStyle> topBorderStyle();
+  /// The bottom side, created on first read, named "bottom" on every read.
   std::shared_ptr<QPBorderSideStyle> bottomBorderStyle();
 
+  /// Stores the side as it is (its name changes on the next read).
   void setLeftBorderStyle(std::shared_ptr<QPBorderSideStyle> side) { left_ = std::move(side); }
+  /// Stores the side as it is (its name changes on the next read).
   void setRightBorderStyle(std::shared_ptr<QPBorderSideStyle> side) { right_ = std::move(side); }
+  /// Stores the side as it is (its name changes on the next read).
   void setTopBorderStyle(std::shared_ptr<QPBorderSideStyle> side) { top_ = std::move(side); }
+  /// Stores the side as it is (its name changes on the next read).
   void setBottomBorderStyle(std::shared_ptr<QPBorderSideStyle> side) { bottom_ = std::move(side); }
 
   /// True when any stored side is set; creates no side.

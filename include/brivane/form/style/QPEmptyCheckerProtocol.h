@@ -7,6 +7,7 @@ namespace brivane {
 /// Thread rules: as for the adopting style object (plain value, one thread at a time).
 class QPEmptyCheckerProtocol {
  public:
+  /// Style objects are owned through their concrete types; deletion through this interface is safe.
   virtual ~QPEmptyCheckerProtocol() = default;
 
   /// Whether the object differs from its defaults; only set objects contribute CSS.

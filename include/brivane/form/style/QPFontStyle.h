@@ -24,18 +24,22 @@ class QPFontStyle {
 
   /// CSS font family name; nil when not set.
   const std::optional<std::string>& fontName() const { return fontName_; }
+  /// Sets or (nil) clears the family.
   void setFontName(std::optional<std::string> fontName) { fontName_ = std::move(fontName); }
 
   /// Size in CSS pixels, 16.0 by default.
   double textSize() const { return textSize_; }
+  /// Sets the size in CSS pixels.
   void setTextSize(double textSize) { textSize_ = textSize; }
 
   /// Text colour; nil when not set.
   const std::optional<QPColor>& textColor() const { return textColor_; }
+  /// Sets or (nil) clears the colour.
   void setTextColor(std::optional<QPColor> textColor) { textColor_ = std::move(textColor); }
 
   /// Bit set: `kTextStyleBold` (2) and `kTextStyleItalic` (4); other bits are ignored.
   std::int64_t textStyle() const { return textStyle_; }
+  /// Sets the bold/italic bit set.
   void setTextStyle(std::int64_t textStyle) { textStyle_ = textStyle; }
 
   /// True when a font name or colour is present, the size is not exactly 16.0 or any

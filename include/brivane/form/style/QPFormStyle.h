@@ -33,6 +33,7 @@ class QPFormStyle {
 
   /// Whether the payment form shows the security-code hint; false by default.
   bool paymentFormShowCVVHint() const { return paymentFormShowCVVHint_; }
+  /// Sets whether the security-code hint is shown.
   void setPaymentFormShowCVVHint(bool show) { paymentFormShowCVVHint_ = show; }
 
   /// The general input style's label font (creating both if missing).
@@ -58,37 +59,45 @@ class QPFormStyle {
 
   /// The general input style, created on first read with the class name "".
   std::shared_ptr<QPInputStyle> paymentFormInputStyle();
+  /// Stores the general input style as it is.
   void setPaymentFormInputStyle(std::shared_ptr<QPInputStyle> style) { inputStyle_ = std::move(style); }
   /// Card number group, created on first read with "wpwl-group-cardNumber".
   std::shared_ptr<QPInputStyle> paymentFormCardNumberInputStyle();
+  /// Stores the style as it is, with its own class name.
   void setPaymentFormCardNumberInputStyle(std::shared_ptr<QPInputStyle> style) {
     cardNumberStyle_ = std::move(style);
   }
   /// Expiry date group, created on first read with "wpwl-group-expiry".
   std::shared_ptr<QPInputStyle> paymentFormExpiryDateInputStyle();
+  /// Stores the style as it is, with its own class name.
   void setPaymentFormExpiryDateInputStyle(std::shared_ptr<QPInputStyle> style) {
     expiryDateStyle_ = std::move(style);
   }
   /// Card holder group, created on first read with "wpwl-group-cardHolder".
   std::shared_ptr<QPInputStyle> paymentFormCardHolderInputStyle();
+  /// Stores the style as it is, with its own class name.
   void setPaymentFormCardHolderInputStyle(std::shared_ptr<QPInputStyle> style) {
     cardHolderStyle_ = std::move(style);
   }
   /// Security code group, created on first read with "wpwl-group-cvv".
   std::shared_ptr<QPInputStyle> paymentFormCvvInputStyle();
+  /// Stores the style as it is, with its own class name.
   void setPaymentFormCvvInputStyle(std::shared_ptr<QPInputStyle> style) { cvvStyle_ = std::move(style); }
   /// Account holder group, created on first read with "wpwl-group-accountHolder".
   std::shared_ptr<QPInputStyle> paymentFormAccountHolderInputStyle();
+  /// Stores the style as it is, with its own class name.
   void setPaymentFormAccountHolderInputStyle(std::shared_ptr<QPInputStyle> style) {
     accountHolderStyle_ = std::move(style);
   }
   /// IBAN group, created on first read with "wpwl-group-accountIban".
   std::shared_ptr<QPInputStyle> paymentFormIbanInputStyle();
+  /// Stores the style as it is, with its own class name.
   void setPaymentFormIbanInputStyle(std::shared_ptr<QPInputStyle> style) { ibanStyle_ = std::move(style); }
 
   /// The PayPal button's look; null when not set (the form then uses
   /// `QPPayPalButtonStyle::initDefault()`).
   const std::shared_ptr<QPPayPalButtonStyle>& paypalButtonStyle() const { return paypalButtonStyle_; }
+  /// Stores the button style (null: the form's default button).
   void setPaypalButtonStyle(std::shared_ptr<QPPayPalButtonStyle> style) {
     paypalButtonStyle_ = std::move(style);
   }

@@ -16,6 +16,7 @@ struct QPFormStyleLoadResult {
   /// "paymentFormInputStyle.editTextBorderStyle.leftBorderStyle.size: expected a number".
   std::string error;
 
+  /// True when a style was loaded.
   bool ok() const { return style != nullptr; }
 };
 

@@ -30,20 +30,24 @@ class QPInputStyle : public QPEmptyCheckerProtocol {
 
   /// Font of the field's label.
   std::shared_ptr<QPFontStyle> labelFontStyle();
+  /// Stores the font as it is.
   void setLabelFontStyle(std::shared_ptr<QPFontStyle> style) { labelFontStyle_ = std::move(style); }
 
   /// Font of the field's text and placeholder.
   std::shared_ptr<QPFontStyle> editTextFontStyle();
+  /// Stores the font as it is.
   void setEditTextFontStyle(std::shared_ptr<QPFontStyle> style) { editTextFontStyle_ = std::move(style); }
 
   /// Border of the field.
   std::shared_ptr<QPBorderStyle> editTextBorderStyle();
+  /// Stores the border as it is.
   void setEditTextBorderStyle(std::shared_ptr<QPBorderStyle> style) {
     editTextBorderStyle_ = std::move(style);
   }
 
   /// Font of the validation hint.
   std::shared_ptr<QPFontStyle> validationHintFontStyle();
+  /// Stores the font as it is.
   void setValidationHintFontStyle(std::shared_ptr<QPFontStyle> style) {
     validationHintFontStyle_ = std::move(style);
   }
@@ -51,6 +55,7 @@ class QPInputStyle : public QPEmptyCheckerProtocol {
   /// CSS class of the input group, containing the word "group"; "" by default, nil
   /// possible (printed as "(null)" where no provider rule replaces it).
   const std::optional<std::string>& className() const { return className_; }
+  /// Stores the class name as it is (nil allowed).
   void setClassName(std::optional<std::string> className) { className_ = std::move(className); }
 
   /// True when any stored style is set or the placeholder visibility was set. Creates
