@@ -386,6 +386,7 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
     replaceAllIgnoringCase(html, "{{{paypalButtonShape}}}", button.getButtonShapeAsString());
     replaceAllIgnoringCase(html, "{{{paypalButtonLabel}}}", button.getButtonLabelAsString());
     replaceAllIgnoringCase(html, "{{{paypalButtonTagline}}}", button.getButtonTaglineAsString());
+    replaceAllIgnoringCase(html, "{{{paypalScriptUrl}}}", deployment.payPalScriptURL);
   }
 
   const std::pair<std::string_view, std::string> substitutions[] = {
@@ -427,6 +428,7 @@ QPFormDeployment QPFormDeployment::forBaseURL(const std::string& baseURL) {
   deployment.callbackBaseURL = baseURL + "/callbacks/payon";
   deployment.payPalSuccessURL = baseURL + "/callbacks/paypal/success/";
   deployment.payPalCancelURL = baseURL + "/callbacks/paypal/cancel/";
+  deployment.payPalScriptURL = baseURL + "/providers/paypal/checkout.js";
   return deployment;
 }
 

@@ -71,13 +71,16 @@ struct QPFormDeployment {
   /// The platform's PayPal cancel callback, path "/callbacks/paypal/cancel/".
   std::string payPalCancelURL = "https://api.brivane.com/callbacks/paypal/cancel/";
 
+  /// The PayPal button script that the PayPal page loads.
+  std::string payPalScriptURL = "https://www.paypalobjects.com/api/checkout.js";
+
   /// The production values above.
   static QPFormDeployment production() { return {}; }
   /// Every value pointed at one server, e.g. the sandbox's "http://127.0.0.1:PORT" (no
   /// trailing slash): the widgets under "/providers/payon/test/v1/" and
-  /// "/providers/payon/live/v1/", the card gateway's callback at "/callbacks/payon" (a path,
-  /// so that other pages of that server are not taken for the callback) and the PayPal
-  /// callbacks at "/callbacks/paypal/success/" and "/callbacks/paypal/cancel/".
+  /// "/providers/payon/live/v1/", the PayPal script at "/providers/paypal/checkout.js", the card gateway's
+  /// callback at "/callbacks/payon" (a path, so that other pages of that server are not taken for the
+  /// callback) and the PayPal callbacks at "/callbacks/paypal/success/" and "/callbacks/paypal/cancel/".
   static QPFormDeployment forBaseURL(const std::string& baseURL);
 };
 
