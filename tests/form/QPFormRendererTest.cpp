@@ -1,0 +1,416 @@
+// Display-free tests of the configuration checks and the page rendering.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "brivane/form/QPFormRenderer.h"
+#include "brivane/form/QPPaymentForm.h"
+
+namespace brivane {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using Options = std::optional<std::vector<std::string>>;
+
+QPFormConfiguration validConfiguration(std::uint64_t provider = QPPaymentProviderPayon) {
+  QPFormConfiguration configuration;
+  configuration.paymentProvider = provider;
+  configuration.apiURL = "https://forms.example/api/";
+  configuration.redirectURL = "https://shop.example/return";
+  return configuration;
+}
+
+std::optional<std::string> check(const QPFormConfiguration& configuration, const Options& options,
+                                 const std::optional<std::string>& token = "tok") {
+  return QPFormRenderer::checkConfiguration(configuration, options, token);
+}
+
+TEST(QPFormChecks, EachCheckReportsItsMessageInOrder) {
+  QPFormConfiguration c = validConfiguration();
+  EXPECT_EQ(check(c, std::nullopt),
+            "The 'paymentOptions' must be set and must contain at least one payment code");
+  EXPECT_EQ(check(c, Options(std::vector<std::string>{})),
+            "The 'paymentOptions' must be set and must contain at least one payment code");
+
+  // Every later fault is present too: only the first failing check speaks.
+  c.mode = -1;
+  c.providerMode = -1;
+  c.apiURL.reset();
+  EXPECT_EQ(check(c, Options({"VISA"}), std::nullopt), "The 'mode' property must be set.");
+  c.mode = 0;
+  c.showStorePaymentMethod = true;
+  EXPECT_EQ(check(c, Options({"VISA"}), std::nullopt),
+            "The 'showStorePaymentMethod' property is not supported in Registration mode.");
+  c.mode = 7;  // anything but payment is registration for this check
+  EXPECT_EQ(check(c, Options({"VISA"}), std::nullopt),
+            "The 'showStorePaymentMethod' property is not supported in Registration mode.");
+  c.mode = 1;
+  EXPECT_EQ(check(c, Options({"VISA"}), std::nullopt), "The 'paymentProviderMode' property must be set.");
+  c.providerMode = 5;
+  EXPECT_EQ(check(c, Options({"VISA"}), std::nullopt), "The 'authorizationToken' property must be set.");
+  EXPECT_EQ(check(c, Options({"VISA"}), ""), "The 'apiURL' property must be set.");  // empty token is set
+  c.apiURL = "";
+  EXPECT_EQ(check(c, Options({"VISA"})), "The 'apiURL' property must be set.");
+  c.apiURL = "https://a/";
+  EXPECT_EQ(check(c, Options({"VISA"})), std::nullopt);
+}
+
+TEST(QPFormChecks, RedirectURLIsNeededForPayUAndTheFormServiceCardProviders) {
+  for (std::uint64_t provider : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u}) {
+    QPFormConfiguration c = validConfiguration(provider);
+    c.redirectURL = "";
+    const bool needed = provider >= 3 && provider <= 6;
+    const Options options = provider == 6   ? Options({"BNKACCT"})
+                            : provider == 2 ? Options({"PAYPAL"})
+                                            : Options({"VISA"});
+    EXPECT_EQ(check(c, options) == "The 'redirectURL' property must be set.", needed) << provider;
+    c.redirectURL.reset();
+    EXPECT_EQ(check(c, options) == "The 'redirectURL' property must be set.", needed) << provider;
+  }
+  QPFormConfiguration c = validConfiguration(QPPaymentProviderPayon);
+  c.redirectURL.reset();
+  EXPECT_EQ(check(c, Options({"PAYU"})), "The 'redirectURL' property must be set.");
+}
+
+TEST(QPFormChecks, OptionChecksAndTheSetCheckPrecedence) {
+  QPFormConfiguration payon = validConfiguration(QPPaymentProviderPayon);
+  EXPECT_EQ(check(payon, Options({"AMEX"})), "Invalid payment option AMEX for current payment provider.");
+  EXPECT_EQ(check(payon, Options({"VISA", "AMEX"})), "Unexpected set of payment options (AMEX).");
+  EXPECT_EQ(check(payon, Options({"VISA", "BNKACCT"})), "Unexpected set of payment options (BNKACCT).");
+  EXPECT_EQ(check(payon, Options({"visa"})), "Invalid payment option visa for current payment provider.");
+  EXPECT_EQ(check(payon, Options({"VISA", "MSTRCRD"})), std::nullopt);
+
+  QPFormConfiguration cyber = validConfiguration(QPPaymentProviderCyberSource);
+  // Check 8 names the unknown code first; check 9 fails on it as well and its message wins.
+  EXPECT_EQ(check(cyber, Options({"VISA", "XYZ", "AMEX"})), "Unexpected set of payment options (XYZ).");
+  EXPECT_EQ(check(cyber, Options({"VISA", "MSTRCRD", "AMEX", "DISCOVER"})), std::nullopt);
+  // A single invalid option has no set check to override it.
+  EXPECT_EQ(check(cyber, Options({"MSTRO"})), "Invalid payment option MSTRO for current payment provider.");
+
+  QPFormConfiguration paypal = validConfiguration(QPPaymentProviderPayPal);
+  paypal.redirectURL.reset();
+  EXPECT_EQ(check(paypal, Options({"PAYPAL"})), std::nullopt);
+  EXPECT_EQ(check(paypal, Options({"PAYPAL", "PAYPAL"})), "Unexpected set of payment options (PAYPAL).");
+
+  QPFormConfiguration unknown = validConfiguration(8);
+  EXPECT_EQ(check(unknown, Options({"VISA"})), "Invalid payment option VISA for current payment provider.");
+}
+
+TEST(QPFormChecks, OptionTablesPerProvider) {
+  const std::vector<std::string> all = {"VISA",   "MSTRCRD", "BNKACCT", "PAYU",
+                                        "PAYPAL", "AMEX",    "MSTRO",   "DISCOVER"};
+  auto accepted = [&all](bool (*test)(std::uint64_t, const std::string&), std::uint64_t provider) {
+    std::vector<std::string> codes;
+    for (const std::string& code : all)
+      if (test(provider, code)) codes.push_back(code);
+    return codes;
+  };
+  using V = std::vector<std::string>;
+  auto single = &QPFormRenderer::isPaymentOptionValid;
+  auto set = &QPFormRenderer::isPaymentOptionCodeValidInSet;
+  EXPECT_EQ(accepted(single, 0), (V{"VISA", "MSTRCRD", "BNKACCT", "PAYPAL"}));
+  EXPECT_EQ(accepted(set, 0), (V{"VISA", "MSTRCRD"}));
+  EXPECT_EQ(accepted(single, 1), (V{"PAYU"}));
+  EXPECT_EQ(accepted(set, 1), V{});
+  EXPECT_EQ(accepted(single, 2), (V{"PAYPAL"}));
+  EXPECT_EQ(accepted(set, 2), V{});
+  for (std::uint64_t provider : {3u, 4u}) {
+    EXPECT_EQ(accepted(single, provider), (V{"VISA", "MSTRCRD", "AMEX", "DISCOVER"}));
+    EXPECT_EQ(accepted(set, provider), (V{"VISA", "MSTRCRD", "AMEX", "DISCOVER"}));
+  }
+  EXPECT_EQ(accepted(single, 5), (V{"VISA", "MSTRCRD", "AMEX", "MSTRO", "DISCOVER"}));
+  EXPECT_EQ(accepted(set, 5), (V{"VISA", "MSTRCRD", "AMEX", "MSTRO", "DISCOVER"}));
+  EXPECT_EQ(accepted(single, 6), (V{"BNKACCT"}));
+  EXPECT_EQ(accepted(set, 6), (V{"BNKACCT"}));
+  EXPECT_EQ(accepted(single, 7), accepted(single, 0));
+  EXPECT_EQ(accepted(set, 7), accepted(set, 0));
+  EXPECT_EQ(accepted(single, 8), V{});
+  EXPECT_EQ(accepted(set, 8), V{});
+}
+
+TEST(QPFormChecks, SmallConversions) {
+  EXPECT_EQ(QPFormRenderer::normalizedApiURL("https://a/b"), "https://a/b/");
+  EXPECT_EQ(QPFormRenderer::normalizedApiURL("https://a/b/"), "https://a/b/");
+  EXPECT_EQ(QPFormRenderer::normalizedApiURL(""), "/");
+  const char* codes[] = {"VISA", "MSTRCRD", "BNKACCT", "PAYU", "PAYPAL", "AMEX", "MSTRO", "DISCOVER"};
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(QPFormRenderer::paymentOptionCodeForNumber(i), codes[i]);
+  EXPECT_EQ(QPFormRenderer::paymentOptionCodeForNumber(8), "");
+  EXPECT_EQ(QPFormRenderer::paymentOptionCodeForNumber(-1), "");
+  EXPECT_EQ(QPFormRenderer::elementName(3), "cvv");
+  EXPECT_EQ(QPFormRenderer::elementName(4), "");
+  EXPECT_EQ(QPFormRenderer::wkScripMessageNames(),
+            (std::vector<std::string>{"ObjC_Log", "ios_formLoaded", "ios_showLoading", "ios_formError",
+                                      "ios_postParam", "ObjC_onError", "ObjC_PrevButtEnabled",
+                                      "ObjC_NextButtEnabled"}));
+}
+
+TEST(QPFormText, ReplacementIgnoresLetterCaseAndDoesNotRescanItsOutput) {
+  std::string text = "a {{{Token}}} b {{{TOKEN}}} c {{{token}}}";
+  QPFormRenderer::replaceAllIgnoringCase(text, "{{{token}}}", "x");
+  EXPECT_EQ(text, "a x b x c x");
+  text = "aaa";
+  QPFormRenderer::replaceAllIgnoringCase(text, "a", "aa");
+  EXPECT_EQ(text, "aaaaaa");
+  text = "no match";
+  QPFormRenderer::replaceAllIgnoringCase(text, "{{{x}}}", "y");
+  EXPECT_EQ(text, "no match");
+  EXPECT_EQ(QPFormRenderer::findIgnoringCase("abcABC", "Bc", 2), 4u);
+  EXPECT_EQ(QPFormRenderer::findIgnoringCase("ab", "abc"), std::string::npos);
+  EXPECT_EQ(QPFormRenderer::findIgnoringCase("ab", ""), std::string::npos);
+}
+
+TEST(QPFormText, SectionSwitch) {
+  const std::string page = "A{{#s}}B{{/s}}C{{#s}}D{{/s}}E";
+  std::string text = page;
+  QPPaymentForm::setHtmlPartWithName("{{#s}}", text, true);
+  EXPECT_EQ(text, "ABCDE");
+  text = page;
+  QPPaymentForm::setHtmlPartWithName("{{#s}}", text, false);
+  EXPECT_EQ(text, "AC{{#s}}D{{/s}}E");  // one section only
+  text = "A{{#S}}B{{/s}}C";
+  QPPaymentForm::setHtmlPartWithName("{{#s}}", text, false);
+  EXPECT_EQ(text, "AC");
+  for (std::string unchanged : {"A{{#s}}B", "A{{/s}}B{{#s}}C", "plain"}) {
+    std::string copy = unchanged;
+    QPPaymentForm::setHtmlPartWithName("{{#s}}", copy, false);
+    EXPECT_EQ(copy, unchanged);
+    QPPaymentForm::setHtmlPartWithName("{{#s}}", copy, true);
+    EXPECT_EQ(copy, unchanged);
+  }
+}
+
+TEST(QPFormText, PayUURLCarriesTheCurrentLanguage) {
+  EXPECT_EQ(QPFormRenderer::payUURL("https://payu.example/p?lang=pl&order=7&x=1", "de"),
+            "https://payu.example/p?lang=de&order=7&x=1");
+  EXPECT_EQ(QPFormRenderer::payUURL("https://payu.example/p?order=7&lang=pl", "de"),
+            "https://payu.example/p?order=7&lang=de");
+  EXPECT_EQ(QPFormRenderer::payUURL("https://payu.example/p", "fr"), "https://payu.example/p?lang=fr");
+  EXPECT_EQ(QPFormRenderer::payUURL("https://payu.example/p?order=7", "fr"),
+            "https://payu.example/p?order=7&lang=fr");
+}
+
+// A template directory whose three templates list every placeholder, one per line.
+class QPFormRenderTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    directory_ = std::filesystem::temp_directory_path() /
+                 ("brivane-templates-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+                  "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::create_directories(directory_);
+    const std::string body =
+        "version={{{payment_form_version}}}\ntokenex=__useTokenEx__\nstorable=__isStorable__\n"
+        "provider={{{paymentProvider}}}\nsubmit={{{submitButtonTitle}}}\nlocale={{{locale}}}\n"
+        "LOCALE={{{LOCALE}}}\nheight={{{formHeight}}}\nmode={{{paymentProviderMode}}}\ntoken={{{token}}}\n"
+        "widget={{{widgetUrl}}}\ncallback={{{callbackUrl}}}\nbrands={{{brands}}}\ncss={{{cssStyles}}}\n"
+        "cardPh={{{cardNumberPlaceholderJson}}}\ncvvPh={{{cvvPlaceholderJson}}}\n"
+        "iban={{validationErrorInvalidIbanCountry}}\nholder={{validationErrorCardHolder}}\n"
+        "account={{validationErrorAccountHolder}}\nstore={{storePaymentMethodText}}\n"
+        "auth={{{authorizationToken}}}\nformUrl={{{paymentFormUrl}}}\ncodes=__paymentOptionCodes__\n"
+        "iframeCss=__iframeCss__\nsuccess={{{successURL}}}\ncancel={{{cancelURL}}}\n"
+        "pp={{{paypalButtonSize}}}|{{{paypalButtonColor}}}|{{{paypalButtonShape}}}|{{{paypalButtonLabel}}}|"
+        "{{{paypalButtonTagline}}}\n"
+        "cvvHint={{#showCVVHint}}on{{/showCVVHint}}\ndetect={{#useBrandDetection}}on{{/useBrandDetection}}\n"
+        "storeBox={{#showStorePaymentMethod}}on{{/showStorePaymentMethod}}\n";
+    for (const char* name : {"payon_form", "paypal_form", "cybersource_form"}) {
+      std::ofstream(directory_ / (std::string(name) + ".html")) << name << "\n" << body;
+    }
+    environment_.locale = "de";
+    environment_.localeFull = "de_AT";
+    environment_.text = [](std::string_view key) { return "T(" + std::string(key) + ")"; };
+    environment_.viewHeight = 480.7;
+    environment_.screenHeight = 900;
+    environment_.templateDirectory = directory_.string();
+    deployment_ = QPFormDeployment::forBaseURL("http://sandbox.test");
+  }
+  void TearDown() override { std::filesystem::remove_all(directory_); }
+
+  QPRenderedForm render(const QPFormConfiguration& configuration, const std::vector<std::string>& options,
+                        const std::shared_ptr<QPFormStyle>& style = nullptr) {
+    return QPFormRenderer::render(configuration, options, "tok-1", style, deployment_, environment_);
+  }
+
+  std::filesystem::path directory_;
+  QPRenderEnvironment environment_;
+  QPFormDeployment deployment_;
+};
+
+TEST_F(QPFormRenderTest, CardGatewayWidget) {
+  QPFormConfiguration c = validConfiguration(QPPaymentProviderPayon);
+  QPRenderedForm page = render(c, {"MSTRCRD"});
+  EXPECT_THAT(page.html, HasSubstr("payon_form\nversion=7.6.0\ntokenex=false\nstorable=false\nprovider=\n"));
+  EXPECT_THAT(page.html,
+              HasSubstr("submit=T(submit_butt_title)\nlocale=de\nLOCALE=de\nheight=480px\nmode=test\n"));
+  EXPECT_THAT(page.html, HasSubstr("widget=http://sandbox.test/providers/payon/test/v1/\n"));
+  EXPECT_THAT(page.html, HasSubstr("callback=http://sandbox.test/callbacks/payon?paymentOptionCode=MSTRCRD&"
+                                   "authorizationToken=tok-1\nbrands=MASTER\ncss=\ncardPh=\ncvvPh=\n"));
+  EXPECT_THAT(page.html, HasSubstr("iban=T(iban_country_warning)\nholder=T(invalid_card_holder)\n"
+                                   "account=T(invalid_account_holder)\nstore=T(store_payment_option)\n"));
+  // Placeholders of the other providers stay; switched-off sections go.
+  EXPECT_THAT(page.html, HasSubstr("auth={{{authorizationToken}}}\n"));
+  EXPECT_THAT(page.html, HasSubstr("cvvHint=\ndetect=\nstoreBox=\n"));
+  EXPECT_EQ(page.paymentCode, "MSTRCRD");
+  EXPECT_EQ(page.apiURL, "http://sandbox.test/providers/payon/test/v1/");
+  EXPECT_EQ(page.url, page.apiURL);
+
+  c.providerMode = 2;
+  c.mode = 1;
+  c.showStorePaymentMethod = true;
+  page = render(c, {"VISA", "MSTRCRD"});
+  EXPECT_THAT(page.html, HasSubstr("mode=live\n"));
+  EXPECT_THAT(page.html, HasSubstr("submit=T(submit_pay_butt_title)\n"));
+  EXPECT_THAT(page.html, HasSubstr("storable=true\n"));
+  EXPECT_THAT(page.html, HasSubstr("brands=VISA MASTER\n"));
+  EXPECT_THAT(page.html, HasSubstr("detect=on\nstoreBox=on\n"));
+  EXPECT_THAT(page.html, HasSubstr("callback=http://sandbox.test/callbacks/payon?paymentOptionCode=&"));
+  EXPECT_EQ(page.paymentCode, "");
+  EXPECT_EQ(page.apiURL, "http://sandbox.test/providers/payon/live/v1/");
+
+  page = render(c, {"BNKACCT"});
+  EXPECT_THAT(page.html, HasSubstr("brands=DIRECTDEBIT_SEPA\n"));
+  page = render(c, {"PAYPAL"});
+  EXPECT_THAT(page.html, HasSubstr("brands=PAYPAL\n"));
+}
+
+TEST_F(QPFormRenderTest, CardGatewayLocaleRewriting) {
+  QPFormConfiguration c = validConfiguration(QPPaymentProviderPayon);
+  for (auto [locale, expected] : {std::pair{"el", "gr"}, {"zh", "cn"}, {"cs", "cz"}, {"en", "en"}}) {
+    environment_.locale = locale;
+    EXPECT_THAT(render(c, {"VISA"}).html, HasSubstr(std::string("locale=") + expected + "\n")) << locale;
+  }
+  // Only provider 0 rewrites.
+  environment_.locale = "el";
+  EXPECT_THAT(render(validConfiguration(QPPaymentProviderVesta), {"VISA"}).html, HasSubstr("locale=el\n"));
+}
+
+TEST_F(QPFormRenderTest, FormServiceProviders) {
+  auto style = std::make_shared<QPFormStyle>();
+  style->paymentFormInputStyle();  // the general style now prints real rules
+  style->setPaymentFormShowCVVHint(true);
+  const std::string css = QPFormStyle(*style).cssForProvider(3);
+  ASSERT_THAT(css, HasSubstr("\n"));
+
+  QPFormConfiguration c = validConfiguration(QPPaymentProviderCyberSource);
+  QPRenderedForm page = render(c, {"VISA", "MSTRCRD"}, style);
+  EXPECT_THAT(page.html, HasSubstr("provider=cyber\n"));
+  EXPECT_THAT(page.html, HasSubstr("auth=tok-1\nformUrl=https://forms.example/api/cybersource/paymentform\n"
+                                   "codes=\"VISA\",\"MSTRCRD\"\n"));
+  EXPECT_THAT(page.html, HasSubstr("brands=VISA MASTER\n"));
+  EXPECT_THAT(page.html, HasSubstr("cvvHint=on\ndetect=on\n"));
+  EXPECT_EQ(page.paymentCode, std::nullopt);
+  EXPECT_EQ(page.url, "https://forms.example/api/");
+  // The CSS goes into a script string: no line feeds, quotes escaped, brand CSS appended.
+  const std::size_t at = page.html.find("iframeCss=");
+  const std::string iframeCss = page.html.substr(at + 10, page.html.find('\n', at) - at - 10);
+  EXPECT_THAT(iframeCss, Not(HasSubstr("\n")));
+  EXPECT_THAT(iframeCss, ::testing::EndsWith(QPFormRenderer::brandCSS()));
+  EXPECT_THAT(page.html, HasSubstr("css=" + iframeCss + "\n"));
+
+  c.paymentProvider = QPPaymentProviderCyberSourceTokenEx;
+  page = render(c, {"AMEX"});
+  EXPECT_THAT(page.html, HasSubstr("tokenex=true\n"));
+  EXPECT_THAT(page.html, HasSubstr("codes=\"AMEX\"\n"));
+  EXPECT_EQ(page.paymentCode, "AMEX");
+
+  c.paymentProvider = QPPaymentProviderVesta;
+  page = render(c, {"VISA", "MSTRO"});
+  EXPECT_THAT(page.html, HasSubstr("provider=vesta\n"));
+  EXPECT_THAT(page.html, HasSubstr("formUrl=https://forms.example/api/\ncodes=\"VISA\",\"MSTRO\"\n"));
+  EXPECT_THAT(page.html, HasSubstr("tokenex=false\n"));
+
+  c.paymentProvider = QPPaymentProviderSepa;
+  page = render(c, {"BNKACCT", "BNKACCT"});
+  EXPECT_THAT(page.html, HasSubstr("provider=sepa\n"));
+  EXPECT_THAT(page.html, HasSubstr("codes=\"BNKACCT\"\n"));  // never joined
+  EXPECT_EQ(page.paymentCode, "BNKACCT");
+
+  c.paymentProvider = QPPaymentProviderPayonPci;
+  page = render(c, {"VISA"});
+  EXPECT_THAT(page.html, HasSubstr("provider=payonpci\n"));
+  EXPECT_THAT(page.html, HasSubstr("cybersource_form\n"));
+}
+
+TEST_F(QPFormRenderTest, CssEscapingOfQuotesAndLineFeeds) {
+  // A style whose CSS holds a font name in double quotes.
+  auto style = std::make_shared<QPFormStyle>();
+  style->paymentFormInputStyle()->editTextFontStyle()->setFontName("Open \"Sans\"");
+  const std::string raw = QPFormStyle(*style).cssForProvider(5);
+  if (raw.find('"') == std::string::npos) GTEST_SKIP() << "the style prints no quotes";
+  QPRenderedForm page = render(validConfiguration(QPPaymentProviderVesta), {"VISA"}, style);
+  EXPECT_THAT(page.html, HasSubstr("\\\"Sans\\\""));
+  EXPECT_THAT(page.html, Not(HasSubstr("Open \"Sans\"")));
+}
+
+TEST_F(QPFormRenderTest, PayPal) {
+  QPFormConfiguration c = validConfiguration(QPPaymentProviderPayPal);
+  QPRenderedForm page = render(c, {"PAYPAL"});
+  EXPECT_THAT(page.html, HasSubstr("paypal_form\n"));
+  EXPECT_THAT(page.html, HasSubstr("locale=de_AT\nLOCALE=de_AT\n"));
+  EXPECT_THAT(page.html, HasSubstr("success=http://sandbox.test/callbacks/paypal/success/\n"
+                                   "cancel=http://sandbox.test/callbacks/paypal/cancel/\n"));
+  EXPECT_THAT(page.html, HasSubstr("pp=small|gold|rect|paypal|false\n"));
+  EXPECT_EQ(page.url, "https://forms.example/api/");
+
+  auto style = std::make_shared<QPFormStyle>();
+  style->setPaypalButtonStyle(std::make_shared<QPPayPalButtonStyle>(1, 3, 0, 2, 0));
+  EXPECT_THAT(render(c, {"PAYPAL"}, style).html, HasSubstr("pp=responsive|black|pill|pay|true\n"));
+  EXPECT_EQ(QPPaymentForm::getPayPalButtonStyle(nullptr).getButtonShapeAsString(), "rect");
+  // The button words are for the PayPal page only.
+  EXPECT_THAT(render(validConfiguration(), {"VISA"}, style).html, HasSubstr("pp={{{paypalButtonSize}}}"));
+}
+
+TEST_F(QPFormRenderTest, PayULoadsTheTokenAsURL) {
+  std::filesystem::remove_all(directory_);  // no template is needed
+  QPFormConfiguration c = validConfiguration(QPPaymentProviderPayU);
+  QPRenderedForm page = QPFormRenderer::render(c, {"PAYU"}, "https://payu.example/p?lang=pl&o=1", nullptr,
+                                               deployment_, environment_);
+  EXPECT_TRUE(page.isPayU);
+  EXPECT_TRUE(page.html.empty());
+  EXPECT_EQ(page.url, "https://payu.example/p?lang=de&o=1");
+  EXPECT_EQ(page.paymentCode, "PAYU");
+}
+
+TEST_F(QPFormRenderTest, FormHeightFallsBackToTheScreen) {
+  environment_.viewHeight = 0.5;
+  EXPECT_THAT(render(validConfiguration(), {"VISA"}).html, HasSubstr("height=900px\n"));
+  environment_.viewHeight = 1.0;
+  EXPECT_THAT(render(validConfiguration(), {"VISA"}).html, HasSubstr("height=1px\n"));
+}
+
+TEST_F(QPFormRenderTest, MissingTemplateIsFileNotFound) {
+  std::filesystem::remove(directory_ / "cybersource_form.html");
+  try {
+    render(validConfiguration(QPPaymentProviderSepa), {"BNKACCT"});
+    FAIL() << "no exception";
+  } catch (const std::invalid_argument& error) {
+    EXPECT_STREQ(error.what(), "file not found");
+  }
+  EXPECT_NO_THROW(render(validConfiguration(QPPaymentProviderPayon), {"VISA"}));
+}
+
+// The bundle's own templates: every placeholder of the renderer is filled for every provider.
+TEST(QPFormBundleTemplates, NoPlaceholderIsLeftAndVersionIsStamped) {
+  QPRenderEnvironment environment = QPRenderEnvironment::current();
+  const std::pair<std::uint64_t, std::vector<std::string>> cases[] = {
+      {0, {"VISA", "MSTRCRD"}}, {0, {"BNKACCT"}}, {2, {"PAYPAL"}}, {3, {"VISA", "AMEX"}}, {4, {"VISA"}},
+      {5, {"MSTRO"}},           {6, {"BNKACCT"}}, {7, {"VISA"}}};
+  for (const auto& [provider, options] : cases) {
+    auto style = std::make_shared<QPFormStyle>();
+    QPRenderedForm page = QPFormRenderer::render(validConfiguration(provider), options, "tok", style,
+                                                 QPFormDeployment::production(), environment);
+    EXPECT_THAT(page.html, Not(HasSubstr("{{"))) << provider;
+    EXPECT_THAT(page.html, Not(HasSubstr("}}"))) << provider;
+    for (const char* marker :
+         {"__isStorable__", "__useTokenEx__", "__paymentOptionCodes__", "__iframeCss__"}) {
+      EXPECT_THAT(page.html, Not(HasSubstr(marker))) << provider << " " << marker;
+    }
+    EXPECT_THAT(page.html, HasSubstr("7.6.0")) << provider;
+    EXPECT_THAT(page.html, HasSubstr("jsFunction: ObjC_onBeforeSubmit")) << provider;
+  }
+}
+
+}  // namespace
+}  // namespace brivane
