@@ -1,0 +1,55 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "brivane/util/QPUtils.h"
+#include "util/QPBundle.h"
+
+namespace brivane {
+namespace {
+
+const char* const kKeys[] = {"submit_pay_butt_title", "submit_butt_title",      "iban_country_warning",
+                             "invalid_card_holder",   "invalid_account_holder", "store_payment_option"};
+
+TEST(QPBundle, IsFoundBesideTheCoreLibraryWithEveryTextInEveryLanguage) {
+  const std::filesystem::path bundle = bundle::coreBundleDirectory();
+  EXPECT_EQ(bundle.filename(), "BrivaneSDK.bundle");
+  for (const char* name : {"payon_form.html", "paypal_form.html", "cybersource_form.html"}) {
+    EXPECT_TRUE(std::filesystem::is_regular_file(bundle / name)) << name;
+  }
+  for (const std::string& language : QPUtils::supportedLanguages()) {
+    for (const char* key : kKeys) {
+      std::optional<std::string> text = bundle::catalogueText(bundle, language, key);
+      ASSERT_TRUE(text.has_value()) << language << " " << key;
+      EXPECT_FALSE(text->empty()) << language << " " << key;
+      // Texts go into double-quoted script strings and HTML of the templates.
+      EXPECT_EQ(text->find_first_of("\"\\<>"), std::string::npos) << language << " " << key;
+    }
+  }
+  EXPECT_EQ(bundle::catalogueText(bundle, "de", "submit_pay_butt_title"), "Bezahlen");
+  EXPECT_EQ(bundle::catalogueText(bundle, "el", "submit_butt_title"), "Αποθήκευση");
+}
+
+TEST(QPBundle, MissingTextsAndCataloguesFallBackToTheKey) {
+  EXPECT_EQ(QPUtils::LStr("no_such_key"), "no_such_key");
+  EXPECT_EQ(QPUtils::LStr(""), "");
+  const std::filesystem::path dir = std::filesystem::temp_directory_path() / "brivane-bundle-test";
+  std::filesystem::create_directories(dir / "strings");
+  std::ofstream(dir / "strings" / "en.json") << R"({"a": "A", "n": 5})";
+  std::ofstream(dir / "strings" / "de.json") << "{not json";
+  EXPECT_EQ(bundle::catalogueText(dir, "en", "a"), "A");
+  EXPECT_EQ(bundle::catalogueText(dir, "en", "n"), std::nullopt);  // not a text
+  EXPECT_EQ(bundle::catalogueText(dir, "de", "a"), std::nullopt);  // malformed catalogue
+  EXPECT_EQ(bundle::catalogueText(dir, "fr", "a"), std::nullopt);  // no catalogue
+  std::filesystem::remove_all(dir);
+}
+
+TEST(QPBundle, LStrUsesTheCatalogueOfTheCurrentLanguage) {
+  const std::string language = QPUtils::getCurLocale();
+  EXPECT_EQ(QPUtils::LStr("submit_butt_title"),
+            bundle::catalogueText(bundle::coreBundleDirectory(), language, "submit_butt_title"));
+}
+
+}  // namespace
+}  // namespace brivane
