@@ -147,19 +147,24 @@ void printLine(const std::string& line) {
 }
 
 int show(FormRequest request) {
+  // The sandbox's URLs are filled in below; the checks only ask whether the values are set.
+  QPFormConfiguration& configuration = request.configuration;
+  const bool defaultApiURL = !configuration.apiURL, defaultRedirect = !configuration.redirectURL;
+  QPFormConfiguration checked = configuration;
+  if (defaultApiURL) checked.apiURL = "sandbox";
+  if (defaultRedirect) checked.redirectURL = "sandbox";
+  if (auto message = QPFormRenderer::checkConfiguration(checked, request.options, request.token)) {
+    std::fprintf(stderr, "%s\n", message->c_str());
+    return 1;
+  }
   sandbox::Sandbox sandbox;
   if (!sandbox.start()) {
     std::fputs("brivane form: the sandbox could not start\n", stderr);
     return 1;
   }
   const std::string base = sandbox.baseUrl();
-  QPFormConfiguration& configuration = request.configuration;
-  if (!configuration.apiURL) configuration.apiURL = base + "/providers/formservice/";
-  if (!configuration.redirectURL) configuration.redirectURL = base + "/providers/return";
-  if (auto message = QPFormRenderer::checkConfiguration(configuration, request.options, request.token)) {
-    std::fprintf(stderr, "%s\n", message->c_str());
-    return 1;
-  }
+  if (defaultApiURL) configuration.apiURL = base + "/providers/formservice/";
+  if (defaultRedirect) configuration.redirectURL = base + "/providers/return";
   printLine("sandbox: " + base);
 
   int status = 0;
