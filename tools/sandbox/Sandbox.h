@@ -28,8 +28,8 @@ bool parseFault(const std::string& name, Fault* fault);
 /// Options of a sandbox instance.
 struct SandboxOptions {
   std::string host = "127.0.0.1";
-  int port = 0;                          ///< 0: pick a free port
-  std::string programCode = "BRIVANE";   ///< the only program the sandbox serves
+  int port = 0;                         ///< 0: pick a free port
+  std::string programCode = "BRIVANE";  ///< the only program the sandbox serves
   std::string userName = "demo@brivane.test";
   std::string password = "Demo-Pass-1";
 };

@@ -177,7 +177,8 @@ class QPFieldList {
   template <class Derived, class M>
   static Entry field(std::string key, M Derived::*member,
                      QPParamEncoding encoding = QPParamEncoding::Default) {
-    return named<Derived, M>(key, std::move(key), member, encoding);
+    std::string name = key;
+    return named<Derived, M>(std::move(name), std::move(key), member, encoding);
   }
 
   /// An entry whose field name differs from its key.

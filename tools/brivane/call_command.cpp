@@ -1,0 +1,126 @@
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "brivane/api/core/QPApiProvider.h"
+#include "brivane/commands.h"
+#include "brivane/operations.h"
+#include "brivane/options.h"
+#include "brivane/platform/QPMainQueue.h"
+#include "sandbox/Sandbox.h"
+
+namespace brivane::cli {
+namespace {
+
+void printUsage(std::FILE* out) {
+  std::fputs(
+      "usage: brivane call FAMILY OPERATION [--url URL] [--program CODE] [--prefix TEXT] [--token TOKEN]\n"
+      "                    [--NAME VALUE]... [--set FIELD=VALUE]...\n"
+      "\n"
+      "Without --url the call goes to an embedded sandbox, with its program code and a fresh token.\n"
+      "--NAME VALUE passes an argument of the operation by its parameter name (for\n"
+      "getRefreshTokenWithToken, --token is that argument); --set FIELD=VALUE sets a request field:\n"
+      "true/false, decimal numbers, dates as yyyy-MM-ddTHH:mm:ss, JSON for dictionaries.\n"
+      "Prints {\"response\": {...}} and exits 0, or {\"error\": {...}} and exits 1; usage errors exit 2.\n"
+      "\noperations:\n",
+      out);
+  for (const Operation& operation : operations()) {
+    std::string line = "  " + operation.family + " " + operation.name;
+    if (operation.hasRequest) line += " [--set FIELD=VALUE]...";
+    for (const std::string& name : operation.argumentNames) line += " --" + name + " VALUE";
+    std::fprintf(out, "%s\n", line.c_str());
+  }
+}
+
+int usageError(const std::string& message) {
+  std::fprintf(stderr, "brivane call: %s\n\n", message.c_str());
+  printUsage(stderr);
+  return 2;
+}
+
+}  // namespace
+
+int runCall(const std::vector<std::string>& args) {
+  ParsedOptions options;
+  std::string error;
+  if (!parseOptions(args, {"help"}, &options, &error)) return usageError(error);
+  if (options.has("help")) {
+    printUsage(stdout);
+    return 0;
+  }
+  if (options.positional.size() != 2) return usageError("expected FAMILY and OPERATION");
+  const Operation* operation = findOperation(options.positional[0], options.positional[1]);
+  if (operation == nullptr)
+    return usageError("unknown operation '" + options.positional[0] + " " + options.positional[1] + "'");
+
+  const std::set<std::string> parameters(operation->argumentNames.begin(), operation->argumentNames.end());
+  CallInput input;
+  QPApiProviderOption option;
+  std::optional<std::string> bearer;
+  for (const auto& [name, value] : options.named) {
+    if (parameters.contains(name)) {
+      input.arguments[name] = value;
+    } else if (name == "set") {
+      auto equals = value.find('=');
+      if (equals == std::string::npos || equals == 0)
+        return usageError("--set takes FIELD=VALUE, got '" + value + "'");
+      if (!operation->hasRequest) return usageError(operation->name + " takes no request fields");
+      input.fieldValues.emplace_back(value.substr(0, equals), value.substr(equals + 1));
+    } else if (name == "url") {
+      option.url = value;
+    } else if (name == "program") {
+      option.programCode = value;
+    } else if (name == "prefix") {
+      option.partnerReferencePrefix = value;
+    } else if (name == "token") {
+      bearer = value;
+    } else {
+      return usageError("unknown option --" + name + " for " + operation->name);
+    }
+  }
+
+  // Without a server of its own the call goes to an embedded sandbox, ready to answer.
+  std::unique_ptr<sandbox::Sandbox> embedded;
+  if (!option.url) {
+    embedded = std::make_unique<sandbox::Sandbox>();
+    if (!embedded->start()) {
+      std::fputs("brivane call: the embedded sandbox could not start\n", stderr);
+      return 1;
+    }
+    option.url = embedded->baseUrl();
+    if (!option.programCode) option.programCode = embedded->options().programCode;
+    if (!bearer) bearer = embedded->issueAccessToken();
+  }
+  if (!option.partnerReferencePrefix) option.partnerReferencePrefix = "CLI";
+  auto tokens = std::make_shared<QPDefaultAccessTokenProvider>();
+  tokens->setAccessToken(bearer);
+  option.accessTokenProvider = tokens;
+  QPApiProvider provider(option);
+
+  std::optional<CallOutcome> outcome;
+  std::string usage;
+  if (!operation->start(
+          provider, input, [&outcome](CallOutcome result) { outcome = std::move(result); }, &usage))
+    return usageError(usage);
+  QPMainQueue::runUntil([&outcome] { return outcome.has_value(); }, std::chrono::seconds(75));
+  if (!outcome) {
+    std::fputs("brivane call: no answer arrived\n", stderr);
+    return 1;
+  }
+  boost::json::object printed;
+  if (outcome->error) {
+    const QPError& e = *outcome->error;
+    printed["error"] =
+        boost::json::object{{"domain", e.domain()},
+                            {"code", e.code()},
+                            {"description", e.description() ? boost::json::value(*e.description())
+                                                            : boost::json::value(nullptr)}};
+  } else {
+    printed["response"] = std::move(outcome->response);
+  }
+  std::printf("%s\n", boost::json::serialize(printed).c_str());
+  return outcome->error ? 1 : 0;
+}
+
+}  // namespace brivane::cli
