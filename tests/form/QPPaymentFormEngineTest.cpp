@@ -185,6 +185,8 @@ TEST_P(QPFormTemplateTest, LoadsFromTheBundleAndDefinesThePageFunctions) {
   form_->setPaymentProvider(GetParam().provider);
   form_->renderWithPaymentOptions(GetParam().options, "checkout-42", std::make_shared<QPFormStyle>());
   ASSERT_TRUE(waitFor("ios_formLoaded")) << "no ios_formLoaded";
+  // The page may report before the engine finishes the load, which calls onFormLoaded.
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 5));
   EXPECT_EQ(loaded_, 1);
   EXPECT_TRUE(form_->isWebViewLoaded());
   EXPECT_EQ(missingPageFunctions(), boost::json::array());
@@ -291,9 +293,9 @@ TEST_F(QPPaymentFormEngineTest, BeforeSubmitRequestReachesTheHost) {
 
   // Accepted in advance: the host is not asked, and the page goes on.
   form_->acceptAndSubmit();
-  ASSERT_TRUE(waitFor("ios_postParam", 5));
+  ASSERT_TRUE(waitFor("ios_showLoading", 5));  // posted after the parameters
+  EXPECT_GE(count("ios_postParam"), 1u);
   EXPECT_EQ(requests.size(), 1u);
-  EXPECT_EQ(count("ios_showLoading"), 1u);
   EXPECT_TRUE(scriptErrors_.empty()) << scriptErrors_.front();
 }
 
