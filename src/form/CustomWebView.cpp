@@ -17,20 +17,23 @@ void onEvaluated(GObject* source, GAsyncResult* result, gpointer data) {
     if (*done) (*done)(std::nullopt, message);
     return;
   }
-  boost::json::value answer = nullptr;
-  if (!jsc_value_is_undefined(value)) {
-    if (gchar* json = jsc_value_to_json(value, 0)) {
-      boost::system::error_code parseError;
-      answer = boost::json::parse(json, parseError);
-      if (parseError) answer = nullptr;
-      g_free(json);
-    }
-  }
+  boost::json::value answer = jsonFromScriptValue(value);
   g_object_unref(value);
   if (*done) (*done)(answer, std::nullopt);
 }
 
 }  // namespace
+
+boost::json::value jsonFromScriptValue(JSCValue* value) {
+  if (value == nullptr || jsc_value_is_undefined(value)) return nullptr;
+  gchar* json = jsc_value_to_json(value, 0);
+  if (json == nullptr) return nullptr;
+  boost::system::error_code error;
+  boost::json::value result = boost::json::parse(json, error);
+  g_free(json);
+  if (error) return nullptr;
+  return result;
+}
 
 CustomWebView::CustomWebView(WebKitUserContentManager* manager) {
   view_ = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager, nullptr));

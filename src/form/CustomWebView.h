@@ -10,8 +10,12 @@
 
 typedef struct _WebKitWebView WebKitWebView;
 typedef struct _WebKitUserContentManager WebKitUserContentManager;
+typedef struct _JSCValue JSCValue;
 
 namespace brivane {
+
+/// A script value as JSON; values JSON cannot express (undefined, functions) are null.
+boost::json::value jsonFromScriptValue(JSCValue* value);
 
 /// The engine's web view as the payment form uses it: a WebKitGTK view with a given user
 /// content manager, TLS verification left on, and plain helpers for loading and scripts.

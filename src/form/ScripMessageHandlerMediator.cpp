@@ -2,27 +2,16 @@
 
 #include <webkit/webkit.h>
 
-#include <boost/json/parse.hpp>
+#include "form/CustomWebView.h"
 
 namespace brivane {
 
 namespace {
 
-// The body of a message as JSON; values JSON cannot express (undefined, functions) are null.
-boost::json::value bodyOf(JSCValue* value) {
-  if (value == nullptr || jsc_value_is_undefined(value)) return nullptr;
-  gchar* json = jsc_value_to_json(value, 0);
-  if (json == nullptr) return nullptr;
-  boost::system::error_code error;
-  boost::json::value body = boost::json::parse(json, error);
-  g_free(json);
-  if (error) return nullptr;
-  return body;
-}
-
 void onScriptMessage(WebKitUserContentManager*, JSCValue* value, gpointer data) {
   auto* connection = static_cast<ScripMessageHandlerMediator::Connection*>(data);
-  connection->mediator->userContentControllerDidReceiveScriptMessage(connection->name, bodyOf(value));
+  connection->mediator->userContentControllerDidReceiveScriptMessage(connection->name,
+                                                                     jsonFromScriptValue(value));
 }
 
 }  // namespace
