@@ -15,6 +15,7 @@
 #include <boost/json.hpp>
 
 #include "brivane/form/QPPaymentForm.h"
+#include "brivane/form/style/QPFormStyleJSON.h"
 #include "brivane/util/QPUtils.h"
 #include "form/CustomWebView.h"
 #include "sandbox/Sandbox.h"
@@ -176,14 +177,37 @@ ProviderServer* QPPaymentFormEngineTest::server_ = nullptr;
 struct TemplateCase {
   std::uint64_t provider;
   std::vector<std::string> options;
+  bool styled = false;  // a full style, payment mode and the store check box
 };
+
+// Every section switched on, quotes in the CSS, placeholder members in the widget options.
+std::shared_ptr<QPFormStyle> fullStyle() {
+  QPFormStyleLoadResult loaded = formStyleFromJSON(R"({
+    "paymentFormShowCVVHint": true,
+    "paymentFormInputStyle": {
+      "labelFontStyle": {"fontName": "Inter", "textSize": 12, "textColor": {"grey": 0.2}, "textStyle": 2},
+      "editTextFontStyle": {"fontName": "Open Sans", "textSize": 15},
+      "editTextBorderStyle": {"bottomBorderStyle": {"size": 1, "color": {"red": 0, "green": 0.5, "blue": 1}}}
+    },
+    "paymentFormCvvInputStyle": {"isPlaceholderVisible": true},
+    "paymentFormCardNumberInputStyle": {"isPlaceholderVisible": false},
+    "paypalButtonStyle": {"buttonColor": 2, "buttonShape": 0, "buttonLabel": 3, "buttonTagline": 0}
+  })");
+  EXPECT_TRUE(loaded.ok()) << loaded.error;
+  return loaded.style;
+}
 
 class QPFormTemplateTest : public QPPaymentFormEngineTest,
                            public ::testing::WithParamInterface<TemplateCase> {};
 
 TEST_P(QPFormTemplateTest, LoadsFromTheBundleAndDefinesThePageFunctions) {
   form_->setPaymentProvider(GetParam().provider);
-  form_->renderWithPaymentOptions(GetParam().options, "checkout-42", std::make_shared<QPFormStyle>());
+  if (GetParam().styled) {
+    form_->setMode(QPPaymentFormModePayment);
+    form_->setShowStorePaymentMethod(true);
+  }
+  form_->renderWithPaymentOptions(GetParam().options, "checkout-42",
+                                  GetParam().styled ? fullStyle() : std::make_shared<QPFormStyle>());
   ASSERT_TRUE(waitFor("ios_formLoaded")) << "no ios_formLoaded";
   // The page may report before the engine finishes the load, which calls onFormLoaded.
   ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 5));
@@ -198,17 +222,20 @@ TEST_P(QPFormTemplateTest, LoadsFromTheBundleAndDefinesThePageFunctions) {
   EXPECT_GT(count("ObjC_NextButtEnabled"), 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Providers, QPFormTemplateTest,
-                         ::testing::Values(TemplateCase{0, {"VISA", "MSTRCRD"}}, TemplateCase{0, {"BNKACCT"}},
-                                           TemplateCase{0, {"PAYPAL"}}, TemplateCase{2, {"PAYPAL"}},
-                                           TemplateCase{3, {"VISA", "MSTRCRD"}}, TemplateCase{4, {"AMEX"}},
-                                           TemplateCase{5, {"VISA", "MSTRO"}}, TemplateCase{6, {"BNKACCT"}},
-                                           TemplateCase{7, {"VISA"}}),
-                         [](const ::testing::TestParamInfo<TemplateCase>& info) {
-                           std::string name = "provider" + std::to_string(info.param.provider);
-                           for (const std::string& code : info.param.options) name += "_" + code;
-                           return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Providers, QPFormTemplateTest,
+    ::testing::Values(TemplateCase{0, {"VISA", "MSTRCRD"}}, TemplateCase{0, {"BNKACCT"}},
+                      TemplateCase{0, {"PAYPAL"}}, TemplateCase{2, {"PAYPAL"}},
+                      TemplateCase{3, {"VISA", "MSTRCRD"}}, TemplateCase{4, {"AMEX"}},
+                      TemplateCase{5, {"VISA", "MSTRO"}}, TemplateCase{6, {"BNKACCT"}},
+                      TemplateCase{7, {"VISA"}}, TemplateCase{0, {"VISA", "MSTRCRD"}, true},
+                      TemplateCase{0, {"BNKACCT"}, true}, TemplateCase{2, {"PAYPAL"}, true},
+                      TemplateCase{3, {"VISA", "MSTRCRD"}, true}, TemplateCase{6, {"BNKACCT"}, true}),
+    [](const ::testing::TestParamInfo<TemplateCase>& info) {
+      std::string name = "provider" + std::to_string(info.param.provider);
+      for (const std::string& code : info.param.options) name += "_" + code;
+      return info.param.styled ? name + "_styled" : name;
+    });
 
 TEST_F(QPPaymentFormEngineTest, UnreachableProviderScriptsFailGracefully) {
   struct Case {
