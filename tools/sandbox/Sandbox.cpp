@@ -149,6 +149,7 @@ struct Sandbox::State {
   std::thread thread;
   std::atomic<int> port{0};
   std::atomic<bool> stopping{false};
+  std::atomic<bool> finished{false};
   std::atomic<std::uint64_t> requests{0};
 
   mutable std::mutex mutex;
@@ -369,16 +370,9 @@ struct Sandbox::State {
 
   void configure() {
     server.set_tcp_nodelay(true);
+    server.new_task_queue = [] { return new httplib::ThreadPool(32); };
     server.set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
       requests.fetch_add(1);
-      {
-        std::lock_guard lock(mutex);
-        Seen& entry = seen[req.path];
-        entry.body = req.body;
-        entry.headers = req.headers;
-        std::size_t mark = req.target.find('?');
-        entry.query = mark == std::string::npos ? std::string() : req.target.substr(mark + 1);
-      }
       if (req.path.starts_with("/sandbox/")) return httplib::Server::HandlerResponse::Unhandled;
       if (auto fault = takeFault(req.path)) return applyFault(*fault, res);
       return httplib::Server::HandlerResponse::Unhandled;
@@ -399,10 +393,30 @@ struct Sandbox::State {
       sendJSON(res, 200,
                json::object{{"responseCode", kSuccessCode}, {"responseDescription", "Faults cleared."}});
     });
+    // What arrived, body included (read only after the pre-routing handler), for tests to inspect.
+    server.set_post_routing_handler([this](const httplib::Request& req, httplib::Response&) {
+      std::lock_guard lock(mutex);
+      Seen& entry = seen[req.path];
+      entry.body = req.body;
+      entry.headers = req.headers;
+      std::size_t mark = req.target.find('?');
+      entry.query = mark == std::string::npos ? std::string() : req.target.substr(mark + 1);
+    });
     server.set_error_handler([](const httplib::Request&, httplib::Response& res) {
       if (!res.body.empty()) return;
       if (res.status == 404) sendPlatformError(res, 404, "4040", "No such operation.");
     });
+  }
+
+  // Any other path is no operation of the platform; registered last so that it matches last.
+  void routeEverythingElse() {
+    auto unknown = [](const httplib::Request&, httplib::Response& res) {
+      sendPlatformError(res, 404, "4040", "No such operation.");
+    };
+    server.Get(".*", unknown);
+    server.Post(".*", unknown);
+    server.Put(".*", unknown);
+    server.Delete(".*", unknown);
   }
 
   bool bind() {
@@ -431,7 +445,11 @@ bool Sandbox::start() {
   if (state_->thread.joinable()) return true;
   if (!state_->bind()) return false;
   registerProviderPages(state_->server, baseUrl());
-  state_->thread = std::thread([state = state_.get()] { state->server.listen_after_bind(); });
+  state_->routeEverythingElse();
+  state_->thread = std::thread([state = state_.get()] {
+    state->server.listen_after_bind();
+    state->finished = true;
+  });
   // The server ignores a stop that comes before its loop runs: wait for the loop.
   while (!state_->server.is_running()) std::this_thread::sleep_for(std::chrono::microseconds(50));
   return true;
@@ -440,6 +458,7 @@ bool Sandbox::start() {
 bool Sandbox::listen() {
   if (!state_->bind()) return false;
   registerProviderPages(state_->server, baseUrl());
+  state_->routeEverythingElse();
   return state_->server.listen_after_bind();
 }
 
@@ -447,8 +466,13 @@ void Sandbox::stop() {
   state_->stopping = true;
   state_->wake.notify_all();
   state_->server.stop();
-  if (state_->port > 0) shutDownAcceptedConnections(state_->port);
-  if (state_->thread.joinable()) state_->thread.join();
+  if (!state_->thread.joinable()) return;
+  // Connections still busy answering reach their keep-alive wait later: sweep until all are gone.
+  while (!state_->finished) {
+    if (state_->port > 0) shutDownAcceptedConnections(state_->port);
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  state_->thread.join();
 }
 
 int Sandbox::port() const {

@@ -15,7 +15,8 @@ class QPMainQueue {
   static void post(std::function<void()> task);
 
   /// Iterates the default main context on the calling thread (which must own it, normally the
-  /// main thread) until `done` returns true or `timeout` has passed. Returns `done()`.
+  /// main thread) until `done` returns true or `timeout` has passed; `done` is checked after
+  /// every dispatch and at least every 5 ms. Returns `done()`.
   static bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
 
   /// Runs pending main-context work for `duration`, then returns.

@@ -50,6 +50,15 @@ std::string jsonText(const boost::json::value& value) {
   return boost::json::serialize(value);
 }
 
+void eraseKey(boost::json::object& object, std::string_view key) {
+  if (!object.contains(key)) return;
+  boost::json::object kept(object.storage());
+  kept.reserve(object.size() - 1);
+  for (auto& [k, v] : object)
+    if (k != key) kept.emplace(k, std::move(v));
+  object = std::move(kept);
+}
+
 std::string convertNumber(const QPNumber& number) {
   return number.description();
 }

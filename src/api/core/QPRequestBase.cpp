@@ -16,7 +16,7 @@ QPRequestParams QPRequestBase::getRequestParams() const {
     if (value) {
       params[entry.key] = std::move(*value);
     } else {
-      params.erase(entry.key);  // a nil value leaves the key out
+      fields::eraseKey(params, entry.key);  // a nil value leaves the key out
     }
   }
   return params;

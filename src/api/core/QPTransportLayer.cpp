@@ -5,6 +5,7 @@
 #include <exception>
 #include <sstream>
 
+#include "brivane/api/core/QPFields.h"
 #include "brivane/util/QPUtils.h"
 #include "platform/linux/QPNetworkEngine.h"
 
@@ -239,7 +240,7 @@ void QPTransportLayer::loadRequestWithURLComponents(QPURLComponents components, 
       }
       if (params && !params->empty()) {
         boost::json::object body = *params;
-        body.erase("X-Ip-Address");
+        fields::eraseKey(body, "X-Ip-Address");
         for (const auto& [key, value] : identifying) body[key] = value;
         request.body = boost::json::serialize(body);
       }

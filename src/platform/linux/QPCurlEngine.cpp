@@ -64,6 +64,8 @@ class CurlEngine final : public NetworkEngine {
   CurlEngine() {
     curl_global_init(CURL_GLOBAL_DEFAULT);
     multi_ = curl_multi_init();
+    // Like a browser: a few connections per host, reused; further requests wait for one.
+    curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, 6L);
     thread_ = std::thread([this] { run(); });
   }
 

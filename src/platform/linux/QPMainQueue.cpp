@@ -48,7 +48,15 @@ bool QPMainQueue::runUntil(const std::function<bool()>& done, std::chrono::milli
   GSource* timer = g_timeout_source_new(static_cast<guint>(timeout.count()));
   g_source_set_callback(timer, markDone, &timedOut, nullptr);
   g_source_attach(timer, context);
+  // A condition may also change on another thread without waking the context: look again
+  // every few milliseconds.
+  GSource* tick = g_timeout_source_new(5);
+  g_source_set_callback(
+      tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
+  g_source_attach(tick, context);
   while (!done() && !timedOut) g_main_context_iteration(context, TRUE);
+  g_source_destroy(tick);
+  g_source_unref(tick);
   g_source_destroy(timer);
   g_source_unref(timer);
   return done();

@@ -36,6 +36,8 @@ enum class QPParamEncoding {
 namespace fields {
 
 std::string jsonText(const boost::json::value& value);
+/// Removes `key` keeping the order of the other keys (Boost.JSON's own erase moves the last key).
+void eraseKey(boost::json::object& object, std::string_view key);
 std::string convertNumber(const QPNumber& number);
 std::string convertLocalDate(QPDate date);
 std::string convertLocalTime(QPDate date);

@@ -1,0 +1,275 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+
+#include "brivane/api/auth/QPAccessTokenResponse.h"
+#include "brivane/api/core/QPApiProvider.h"
+#include "brivane/api/settings/QPSettingsTypes.h"
+
+namespace brivane {
+namespace {
+
+using ::testing::ElementsAre;
+
+// A request exercising every conversion of the table.
+class SampleRequest : public QPRequestBase {
+ public:
+  const QPFieldList<QPRequestBase>& fieldList() const override {
+    using L = QPFieldList<QPRequestBase>;
+    static const L list{
+        L::field("name", &SampleRequest::name),
+        L::field("amount", &SampleRequest::amount),
+        L::field("count", &SampleRequest::count),
+        L::field("rate", &SampleRequest::rate, QPParamEncoding::Double),
+        L::field("flag", &SampleRequest::flag),
+        L::field("birthDate", &SampleRequest::birthDate, QPParamEncoding::LocalDate),
+        L::field("localDate", &SampleRequest::overrideDate),  // a later key of the same name wins
+        L::field("extra", &SampleRequest::extra),
+    };
+    return list;
+  }
+  std::optional<std::string> name;
+  std::optional<QPNumber> amount;
+  std::int64_t count = 0;
+  double rate = 1.5;
+  bool flag = false;
+  std::optional<QPDate> birthDate;
+  std::optional<std::string> overrideDate;
+  std::optional<boost::json::object> extra;
+};
+
+class LocalTime : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const char* tz = std::getenv("TZ");
+    saved_ = tz ? std::optional<std::string>(tz) : std::nullopt;
+    setenv("TZ", "Europe/Vienna", 1);
+    tzset();
+  }
+  void TearDown() override {
+    if (saved_)
+      setenv("TZ", saved_->c_str(), 1);
+    else
+      unsetenv("TZ");
+    tzset();
+  }
+  static QPDate local(int y, int mo, int d, int h, int mi, int s) {
+    std::tm tm{};
+    tm.tm_year = y - 1900;
+    tm.tm_mon = mo - 1;
+    tm.tm_mday = d;
+    tm.tm_hour = h;
+    tm.tm_min = mi;
+    tm.tm_sec = s;
+    tm.tm_isdst = -1;
+    return std::chrono::system_clock::from_time_t(std::mktime(&tm));
+  }
+  std::optional<std::string> saved_;
+};
+
+TEST_F(LocalTime, DatesAndTimesAreLocalAndZeroPadded) {
+  QPDate moment = local(2024, 3, 3, 9, 5, 7);
+  EXPECT_EQ(QPRequestBase::convertLocalDate(moment), "2024-03-03");
+  EXPECT_EQ(QPRequestBase::convertLocalTime(moment), "090507");
+  // 23:30 UTC on 31 December is already the next year in Vienna.
+  QPDate utcLate = std::chrono::sys_days{std::chrono::year{2023} / 12 / 31} + std::chrono::hours(23) +
+                   std::chrono::minutes(30);
+  EXPECT_EQ(QPRequestBase::convertLocalDate(utcLate), "2024-01-01");
+  EXPECT_EQ(QPRequestBase::convertLocalTime(utcLate), "003000");
+  EXPECT_FALSE(QPRequestBase::convertLocalDate(std::nullopt));
+}
+
+TEST_F(LocalTime, BaseParametersComeFromOneMoment) {
+  boost::json::object params = QPRequestBase().getRequestParams();
+  ASSERT_EQ(params.size(), 2u);
+  std::string date(params.at("localDate").as_string());
+  std::string time(params.at("localTime").as_string());
+  EXPECT_EQ(date.size(), 10u);
+  EXPECT_EQ(time.size(), 6u);
+  EXPECT_EQ(date, QPRequestBase::convertLocalDate(std::chrono::system_clock::now()).value())
+      << "(may flake at midnight)";
+}
+
+TEST(QPRequestEncoding, ScalarConversions) {
+  EXPECT_EQ(QPRequestBase::convertBoolean(true), "true");
+  EXPECT_EQ(QPRequestBase::convertBoolean(false), "false");
+  EXPECT_EQ(QPRequestBase::convertInteger(-42), "-42");
+  EXPECT_EQ(QPRequestBase::convertNumber(QPNumber(10)), "10");
+  EXPECT_EQ(QPRequestBase::convertNumber(QPNumber(10.5)), "10.5");
+  EXPECT_EQ(QPRequestBase::convertNumber(QPNumber(10.0)), "10");
+  EXPECT_EQ(QPRequestBase::convertNumber(QPNumber(0.1)), "0.1");
+  EXPECT_EQ(QPRequestBase::convertNumber(QPNumber::boolean(true)), "1");
+  EXPECT_FALSE(QPRequestBase::convertNumber(std::nullopt));
+  for (double value : {0.0, 1.0, -3.25, 1e300}) EXPECT_FALSE(QPRequestBase::convertDouble(value));
+}
+
+TEST(QPRequestEncoding, TableDrivesKeysOrderAndOmissions) {
+  SampleRequest request;
+  request.name = "Ann";
+  request.amount = QPNumber(12.5);
+  request.count = 3;
+  request.flag = true;
+  request.extra = boost::json::object{{"k", "v"}};
+  boost::json::object params = request.getRequestParams();
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : params) keys.emplace_back(key);
+  // localDate is removed by the nil override, birthDate and rate are never sent.
+  EXPECT_THAT(keys, ElementsAre("localTime", "name", "amount", "count", "flag", "extra"));
+  EXPECT_EQ(params.at("amount"), "12.5");
+  EXPECT_EQ(params.at("count"), "3");
+  EXPECT_EQ(params.at("flag"), "true");
+  EXPECT_EQ(params.at("extra"), (boost::json::object{{"k", "v"}}));
+  for (const auto& [key, value] : params) EXPECT_FALSE(value.is_null()) << key;
+
+  request.overrideDate = "2000-01-01";
+  EXPECT_EQ(request.getRequestParams().at("localDate"), "2000-01-01");
+}
+
+TEST(QPRequestEncoding, SetFieldParsesTextsAndRejectsBadOnes) {
+  SampleRequest request;
+  std::string why;
+  EXPECT_TRUE(request.setField("flag", "true", &why));
+  EXPECT_TRUE(request.setField("amount", "7.25", &why));
+  EXPECT_TRUE(request.setField("count", "-9", &why));
+  EXPECT_TRUE(request.setField("birthDate", "1990-02-03T04:05:06", &why));
+  EXPECT_TRUE(request.setField("extra", R"({"a":[1,2]})", &why));
+  EXPECT_TRUE(request.flag);
+  EXPECT_EQ(request.amount, QPNumber(7.25));
+  EXPECT_EQ(request.count, -9);
+  EXPECT_EQ(request.extra->at("a").as_array().size(), 2u);
+  EXPECT_EQ(boost::json::serialize(request.toJSONObject().at("birthDate")), "\"1990-02-03T04:05:06\"");
+
+  for (auto [field, text] : {std::pair{"flag", "yes"},
+                             {"amount", "12abc"},
+                             {"count", "1.5"},
+                             {"birthDate", "03.02.1990"},
+                             {"extra", "[1]"},
+                             {"nope", "1"}}) {
+    why.clear();
+    EXPECT_FALSE(request.setField(field, text, &why)) << field;
+    EXPECT_FALSE(why.empty()) << field;
+  }
+  EXPECT_TRUE(request.flag) << "a rejected value leaves the field as it was";
+}
+
+TEST(QPResponseFilling, NonDictionariesLeaveEveryFieldNil) {
+  for (const char* text : {"[1,2]", "\"text\"", "42", "null", "true"}) {
+    QPResponseBase response;
+    response.initWithJSONObject(boost::json::parse(text));
+    EXPECT_EQ(boost::json::serialize(response.toJSONObject()),
+              R"({"partnerReference":null,"localDate":null,"localTime":null,"sysDate":null,"sysTime":null,)"
+              R"("responseCode":null,"responseDescription":null})")
+        << text;
+  }
+}
+
+TEST(QPResponseFilling, UnknownKeysNullsAndMismatchedTypesAreSkippedOneByOne) {
+  QPGetFinancialInstitutionDataResponse response;
+  response.initWithJSONObject(boost::json::parse(
+      R"({"unknown":1,"responseCode":"0000","responseDescription":null,"name":{"x":1},"city":"Wien",)"
+      R"("postCode":1010,"addr1":[],"creditorIdentifier":true})"));
+  EXPECT_EQ(response.responseCode, "0000");
+  EXPECT_FALSE(response.responseDescription);
+  EXPECT_FALSE(response.name);  // an object cannot be a text
+  EXPECT_FALSE(response.addr1);
+  EXPECT_EQ(response.city, "Wien");
+  EXPECT_EQ(response.postCode, "1010");  // a number arriving for a text is kept as its text
+  EXPECT_EQ(response.creditorIdentifier, "true");
+}
+
+TEST(QPResponseFilling, AccessTokenResponseTakesItsFourKeys) {
+  QPAccessTokenResponse token;
+  token.initWithJSONObject(boost::json::parse(
+      R"({"access_token":"a","expires_in":"3600","token_type":"bearer","scope":"x","responseCode":"1"})"));
+  EXPECT_EQ(token.access_token, "a");
+  EXPECT_EQ(token.expires_in, QPNumber(3600));  // a numeric text is kept as that number
+  EXPECT_EQ(token.token_type, "bearer");
+  EXPECT_FALSE(token.refresh_token);
+  QPAccessTokenResponse fromList;
+  fromList.initWithJSONObject(boost::json::parse("[]"));
+  EXPECT_EQ(boost::json::serialize(fromList.toJSONObject()),
+            R"({"access_token":null,"expires_in":null,"refresh_token":null,"token_type":null})");
+}
+
+class ModelLog : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    previous_ = fields::setLogSink([this](const std::string& line) { lines.push_back(line); });
+  }
+  void TearDown() override { fields::setLogSink(previous_); }
+  std::vector<std::string> lines;
+  std::function<void(const std::string&)> previous_;
+};
+
+TEST_F(ModelLog, AModelStopsAtItsFirstUnknownKeyAndLogsOnce) {
+  QPCountryModel model;
+  model.initWithDictionary(boost::json::parse(R"({"countryName":"Austria","flag":"AT","countryCode":"AT"})"));
+  EXPECT_EQ(model.countryName, "Austria");
+  EXPECT_FALSE(model.countryCode);
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_THAT(lines[0], ::testing::HasSubstr("QPCountryModel"));
+  EXPECT_THAT(lines[0], ::testing::HasSubstr("flag"));
+}
+
+TEST_F(ModelLog, ResponsesWithListsBuildModelsWithoutFilteringElements) {
+  QPGetCountriesResponse response;
+  response.initWithJSONObject(boost::json::parse(
+      R"({"responseCode":"0000","countries":[{"countryName":"Austria","countryCode":"AT"},7,)"
+      R"({"countryCode":"DE","countryName":null}],"other":1})"));
+  ASSERT_TRUE(response.countries);
+  ASSERT_EQ(response.countries->size(), 3u);
+  EXPECT_EQ((*response.countries)[0]->countryCode, "AT");
+  EXPECT_FALSE((*response.countries)[1]->countryName);  // not a dictionary: an empty model
+  EXPECT_EQ((*response.countries)[2]->countryCode, "DE");
+  EXPECT_FALSE((*response.countries)[2]->countryName);
+  EXPECT_EQ(lines.size(), 1u);
+
+  QPGetCountriesResponse empty, absent, wrong;
+  empty.initWithJSONObject(boost::json::parse(R"({"countries":[]})"));
+  absent.initWithJSONObject(boost::json::parse(R"({"responseCode":"1"})"));
+  wrong.initWithJSONObject(boost::json::parse(R"({"countries":"none"})"));
+  ASSERT_TRUE(empty.countries);
+  EXPECT_TRUE(empty.countries->empty());
+  EXPECT_FALSE(absent.countries);
+  EXPECT_FALSE(wrong.countries);
+}
+
+TEST(QPClientModule, ProviderCopiesTheOptionAndSharesOneTransport) {
+  QPApiProviderOption option;
+  option.url = "http://a/";
+  option.programCode = "P";
+  option.partnerReferencePrefix = "X";
+  auto tokens = std::make_shared<QPDefaultAccessTokenProvider>();
+  option.accessTokenProvider = tokens;
+  QPApiProvider provider(option);
+  option.url = "http://b/";
+  EXPECT_EQ(provider.apiClientSetting()->urlStr(), "http://a/");
+  EXPECT_EQ(provider.settingsAPI(), provider.settingsAPI());
+  auto transport = provider.apiClientModule()->transportLayer();
+  for (const QPBaseAPI* api : std::initializer_list<const QPBaseAPI*>{
+           provider.accountAPI().get(), provider.authenticationAPI().get(), provider.paymentAPI().get(),
+           provider.settingsAPI().get(), provider.userAPI().get()})
+    EXPECT_EQ(api->transportLayer(), transport);
+  EXPECT_EQ(transport->accessTokenProvider(), tokens);
+  EXPECT_EQ(transport->setting(), provider.apiClientSetting());
+
+  // A replaced transport reaches only families made afterwards.
+  auto old = provider.settingsAPI();
+  provider.apiClientModule()->setTransportLayer(std::make_shared<QPTransportLayer>(nullptr, nullptr));
+  EXPECT_EQ(old->transportLayer(), transport);
+  provider.apiClientModule()->initializeAPI();
+  EXPECT_NE(provider.settingsAPI()->transportLayer(), transport);
+}
+
+TEST(QPClientModule, DefaultTokenProviderKeepsTheLastValue) {
+  QPDefaultAccessTokenProvider tokens;
+  EXPECT_FALSE(tokens.getAccessToken());
+  tokens.setAccessToken("a");
+  tokens.setAccessToken("b");
+  EXPECT_EQ(tokens.getAccessToken(), "b");
+}
+
+}  // namespace
+}  // namespace brivane

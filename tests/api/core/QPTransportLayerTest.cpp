@@ -1,0 +1,441 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <regex>
+
+#include "brivane/api/core/QPTransportLayer.h"
+#include "brivane/api/settings/QPSettingsAPI.h"
+#include "support/TestSupport.h"
+
+namespace brivane {
+namespace {
+
+using test::Captured;
+using test::SandboxClient;
+using test::ScriptedServer;
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+using ::testing::StartsWith;
+
+std::shared_ptr<QPTransportLayer> transportFor(std::optional<std::string> url,
+                                               std::optional<std::string> program = "P",
+                                               std::optional<std::string> token = std::nullopt) {
+  auto setting = std::make_shared<QPApiClientSetting>();
+  setting->setUrlStr(std::move(url));
+  setting->setProgramCode(std::move(program));
+  setting->setPartnerReferencePrefix("PFX");
+  auto tokens = std::make_shared<QPDefaultAccessTokenProvider>();
+  tokens->setAccessToken(std::move(token));
+  return std::make_shared<QPTransportLayer>(tokens, setting);
+}
+
+// Runs one JSON-entry request to its end on the main queue.
+struct TransportCall {
+  int calls = 0;
+  std::optional<boost::json::value> json;
+  std::optional<QPError> error;
+
+  QPTransportLayer::Completion completion() {
+    return [this](std::optional<boost::json::value> j, std::optional<QPError> e) {
+      QPMainQueue::post([this, j = std::move(j), e = std::move(e)] {
+        ++calls;
+        json = j;
+        error = e;
+      });
+    };
+  }
+  bool wait() {
+    return QPMainQueue::runUntil([this] { return calls > 0; }, std::chrono::seconds(10));
+  }
+};
+
+TEST(QPTransportURL, JoinsBaseAndPathWithoutAddingOrLosingSlashes) {
+  struct Case {
+    const char* base;
+    const char* path;
+    const char* expected;
+  } cases[] = {
+      {"http://h/api/", "/token", "http://h/api/token"},   {"http://h/api", "token", "http://h/apitoken"},
+      {"http://h/api//", "/token", "http://h/api//token"}, {"http://h/api", "/token", "http://h/api/token"},
+      {"http://h/api/", "token", "http://h/api/token"},
+  };
+  for (const Case& c : cases) {
+    QPURLComponents components;
+    components.path = c.path;
+    EXPECT_EQ(transportFor(c.base)->composeURL(components), c.expected) << c.base << " + " << c.path;
+  }
+  QPURLComponents noPath;
+  EXPECT_EQ(transportFor("http://h/x/")->composeURL(noPath), "http://h/x/");
+}
+
+TEST(QPTransportURL, QueryItemsKeepTheirOrderAndAreNotReEncoded) {
+  QPURLComponents components;
+  components.path = "/p";
+  components.queryItems = std::vector<QPURLQueryItem>{{"b", "2"}, {"a", "x y"}, {"flag", std::nullopt}};
+  // Only characters a URL cannot carry are escaped; '&' in a value is not.
+  EXPECT_EQ(transportFor("http://h")->composeURL(components), "http://h/p?b=2&a=x%20y&flag");
+  components.queryItems = std::vector<QPURLQueryItem>{};
+  EXPECT_EQ(transportFor("http://h")->composeURL(components), "http://h/p?");
+}
+
+// The decision table, without a network: status, content type and body in, error out.
+class ErrorFromResponse : public ::testing::Test {
+ protected:
+  std::optional<QPError> decide(long status, const char* contentType, const std::string& body,
+                                std::optional<QPError> networkError = std::nullopt) {
+    QPHTTPResponse response;
+    response.url = "http://h/token?x=1";
+    response.statusCode = status;
+    if (contentType != nullptr) response.headerFields.emplace_back("Content-Type", contentType);
+    return transport->errorFromResponse(&response, networkError, &body);
+  }
+  std::shared_ptr<QPTransportLayer> transport = transportFor("http://h");
+};
+
+TEST_F(ErrorFromResponse, InvalidGrantReadsTheRCCodeAndMessage) {
+  for (long status : {400L, 401L, 403L}) {
+    auto error = decide(status, "application/json; charset=utf-8",
+                        R"({"error":"invalid_grant","error_description":"RC1234 Wrong password"})");
+    ASSERT_TRUE(error) << status;
+    EXPECT_EQ(error->code(), 1234);
+    EXPECT_EQ(error->description(), "Wrong password");
+    EXPECT_EQ(error->domain(), "http://h/token?x=1");
+  }
+}
+
+TEST_F(ErrorFromResponse, InvalidGrantWithoutUsableDescriptionIsCodeZeroInvalidToken) {
+  for (const char* body :
+       {R"({"error":"invalid_grant"})", R"({"error":"invalid_grant","error_description":"bad"})",
+        R"({"error":"invalid_grant","error_description":"RC77"})",
+        R"({"error":"invalid_grant","error_description":42})"}) {
+    auto error = decide(401, "application/json", body);
+    ASSERT_TRUE(error) << body;
+    EXPECT_EQ(error->code(), 0) << body;
+    EXPECT_EQ(error->description(), "Invalid token.") << body;
+  }
+}
+
+TEST_F(ErrorFromResponse, OtherErrorValuesGiveTheStatusAndTheErrorText) {
+  auto error = decide(400, "application/json", R"({"error":"unsupported_grant_type","responseCode":"9"})");
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->code(), 400);
+  EXPECT_EQ(error->description(), "unsupported_grant_type");
+}
+
+TEST_F(ErrorFromResponse, ResponseCodeFormForAuthAndOtherStatuses) {
+  for (long status : {400L, 401L, 403L, 402L, 404L, 500L, 302L}) {
+    auto error = decide(status, "application/json", R"({"responseCode":"4711","responseDescription":"No."})");
+    ASSERT_TRUE(error) << status;
+    EXPECT_EQ(error->code(), 4711);
+    EXPECT_EQ(error->description(), "No.");
+  }
+  auto withoutDescription = decide(500, "application/json", R"({"responseCode":12})");
+  ASSERT_TRUE(withoutDescription);
+  EXPECT_EQ(withoutDescription->code(), 12);
+  EXPECT_FALSE(withoutDescription->description());
+}
+
+TEST_F(ErrorFromResponse, NoErrorWhereTheStatusAloneSaysNothing) {
+  EXPECT_FALSE(decide(400, "application/json", R"({"message":"x"})"));
+  EXPECT_FALSE(decide(402, "application/json", R"({"error":"invalid_grant"})"));  // 402 ignores "error"
+  EXPECT_FALSE(decide(404, "text/html", "<html></html>"));
+  EXPECT_FALSE(decide(401, nullptr, R"({"error":"invalid_grant"})"));  // no JSON content type
+  EXPECT_FALSE(decide(500, "application/json", "not json"));
+  EXPECT_FALSE(decide(204, "application/json", R"({"error":"x"})"));
+  QPError network("net", 7, "down");
+  EXPECT_EQ(decide(404, "text/html", "", network), network);
+  EXPECT_EQ(transport->errorFromResponse(nullptr, network, nullptr), network);
+}
+
+TEST_F(ErrorFromResponse, ServiceUnavailableIgnoresTheBody) {
+  auto error = decide(503, "application/json", R"({"responseCode":"1","error":"invalid_grant"})");
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->code(), 503);
+  EXPECT_THAT(*error->description(), StartsWith("An API returned status code 503 - "));
+  EXPECT_THAT(*error->description(), HasSubstr("http://h/token?x=1"));
+}
+
+// Wire-level: what actually reaches a server.
+TEST(QPTransportWire, GetCarriesTheRequestItemsThenTheIdentifyingParameters) {
+  SandboxClient client;
+  Captured<QPGetCountriesResponse> captured;
+  QPGetCountriesRequest request;
+  request.onlyProgramCountries = true;
+  client.provider->settingsAPI()->getCountries(request, captured.completion());
+  ASSERT_TRUE(captured.wait());
+  ASSERT_FALSE(captured.error) << captured.error->toString();
+  EXPECT_THAT(
+      client.sandbox.lastQuery("/settings/country"),
+      MatchesRegex("localDate=[0-9]{4}-[0-9]{2}-[0-9]{2}&localTime=[0-9]{6}&onlyProgramCountries=true&"
+                   "partnerReference=TEST[0-9A-Za-z]{10}&programCode=BRIVANE"));
+  EXPECT_EQ(client.sandbox.lastHeader("/settings/country", "Authorization"),
+            "Bearer " + *client.tokens->getAccessToken());
+  EXPECT_EQ(client.sandbox.lastHeader("/settings/country", "Accept"), "application/json");
+  EXPECT_EQ(client.sandbox.lastHeader("/settings/country", "Content-Type"), "application/json");
+  EXPECT_EQ(client.sandbox.lastBody("/settings/country"), "");
+}
+
+TEST(QPTransportWire, PostBodyHoldsTheParametersAndOverwritesIdentifyingOnes) {
+  SandboxClient client;
+  auto transport = client.provider->apiClientModule()->transportLayer();
+  TransportCall call;
+  QPURLComponents components;
+  components.path = "/echo";
+  boost::json::object params{{"amount", "10.5"}, {"programCode", "MINE"}, {"X-Ip-Address", "10.1.2.3"}};
+  transport->loadRequestWithURLComponents(components, "POST", params, call.completion());
+  ASSERT_TRUE(call.wait());
+  boost::json::value body = boost::json::parse(client.sandbox.lastBody("/echo"));
+  const boost::json::object& object = body.as_object();
+  EXPECT_EQ(object.at("amount"), "10.5");
+  EXPECT_EQ(object.at("programCode"), "BRIVANE");
+  EXPECT_THAT(std::string(object.at("partnerReference").as_string()), MatchesRegex("TEST[0-9A-Za-z]{10}"));
+  EXPECT_FALSE(object.contains("X-Ip-Address"));
+  EXPECT_EQ(object.size(), 3u);
+  EXPECT_EQ(client.sandbox.lastHeader("/echo", "X-Ip-Address"), "10.1.2.3");
+  EXPECT_EQ(client.sandbox.lastQuery("/echo"), "");  // no query items without a GET
+}
+
+TEST(QPTransportWire, IpAddressAloneLeavesOnlyTheIdentifyingParametersInTheBody) {
+  SandboxClient client;
+  TransportCall call;
+  QPURLComponents components;
+  components.path = "/echo";
+  client.provider->apiClientModule()->transportLayer()->loadRequestWithURLComponents(
+      components, "PUT", boost::json::object{{"X-Ip-Address", "1.1.1.1"}}, call.completion());
+  ASSERT_TRUE(call.wait());
+  boost::json::value body = boost::json::parse(client.sandbox.lastBody("/echo"));
+  EXPECT_EQ(body.as_object().size(), 2u);
+  EXPECT_TRUE(body.as_object().contains("partnerReference"));
+  EXPECT_TRUE(body.as_object().contains("programCode"));
+}
+
+TEST(QPTransportWire, EmptyParametersSendNoBodyAndAnUnsetPrefixPrintsNull) {
+  SandboxClient client;
+  auto setting = std::make_shared<QPApiClientSetting>();
+  setting->setUrlStr(client.sandbox.baseUrl());
+  setting->setProgramCode("BRIVANE");
+  auto transport = std::make_shared<QPTransportLayer>(nullptr, setting);
+  TransportCall call;
+  QPURLComponents components;
+  components.path = "/echo";
+  components.queryItems = std::vector<QPURLQueryItem>{};
+  transport->loadRequestWithURLComponents(components, "DELETE", boost::json::object{}, call.completion());
+  ASSERT_TRUE(call.wait());
+  EXPECT_EQ(client.sandbox.lastBody("/echo"), "");
+  EXPECT_THAT(client.sandbox.lastQuery("/echo"),
+              MatchesRegex("partnerReference=\\(null\\)[0-9A-Za-z]{10}&programCode=BRIVANE"));
+  EXPECT_EQ(client.sandbox.lastHeader("/echo", "Authorization"), "");  // no token provider: no header
+}
+
+TEST(QPTransportWire, EmptyTokenStillSendsTheBearerPrefix) {
+  SandboxClient client;
+  client.tokens->setAccessToken("");
+  Captured<QPGetCountriesResponse> captured;
+  client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
+  ASSERT_TRUE(captured.wait());
+  EXPECT_EQ(client.sandbox.lastHeader("/settings/country", "Authorization"),
+            "Bearer");  // trailing blank trimmed
+  ASSERT_TRUE(captured.error);
+  EXPECT_EQ(captured.error->code(), 4001);
+}
+
+// Each row of the failure table, through a real HTTP exchange and the typed completion.
+TEST(QPTransportWire, FailureTableEndToEnd) {
+  ScriptedServer server;
+  auto tokens = std::make_shared<QPDefaultAccessTokenProvider>();
+  QPApiProviderOption option;
+  option.url = server.baseUrl();
+  option.programCode = "P";
+  QPApiProvider provider(option);
+  struct Row {
+    int status;
+    const char* type;
+    std::string body;
+    std::optional<std::string> domain;  // nil: the URL
+    std::int64_t code;
+  } rows[] = {
+      {401,
+       "application/json",
+       R"({"error":"invalid_grant","error_description":"RC1234 Wrong password"})",
+       {},
+       1234},
+      {400, "application/json", R"({"error":"invalid_grant"})", {}, 0},
+      {403, "application/json", R"({"error":"access_denied"})", {}, 403},
+      {402, "application/json", R"({"responseCode":"77","responseDescription":"x"})", {}, 77},
+      {503, "text/plain", "busy", {}, 503},
+      {404, "text/html", "<html>gone</html>", std::string(QPErrorDomainJSON), -1},
+      {200, "text/plain", "not json", std::string(QPErrorDomainJSON), -1},
+      {204, "", "", std::string(QPErrorDomainJSON), -1},
+  };
+  for (const Row& row : rows) {
+    server.answer(row.status, row.type, row.body);
+    Captured<QPGetCountriesResponse> captured;
+    provider.settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
+    ASSERT_TRUE(captured.wait()) << row.status;
+    ASSERT_TRUE(captured.error) << row.status;
+    EXPECT_FALSE(captured.response);
+    if (row.domain) {
+      EXPECT_EQ(captured.error->domain(), *row.domain) << row.status;
+    } else {
+      EXPECT_THAT(captured.error->domain(), StartsWith(server.baseUrl() + "/settings/country?localDate="))
+          << row.status;
+      EXPECT_EQ(captured.error->code(), row.code) << row.status;
+    }
+  }
+  // A non-2xx JSON answer without "error" or "responseCode" is delivered as a success.
+  server.answer(400, "application/json", R"({"responseDescription":"kept"})");
+  Captured<QPGetCountriesResponse> captured;
+  provider.settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
+  ASSERT_TRUE(captured.wait());
+  ASSERT_FALSE(captured.error);
+  EXPECT_EQ(captured.response->responseDescription, "kept");
+}
+
+TEST(QPTransportWire, NetworkFailuresKeepTheNetworkingDomain) {
+  ScriptedServer server;
+  std::string deadUrl = server.baseUrl();
+  auto transport = transportFor("http://127.0.0.1:1");  // nothing listens on port 1
+  TransportCall call;
+  transport->loadRequestWithURLComponents(QPURLComponents{"/x", {}}, "GET", std::nullopt, call.completion());
+  ASSERT_TRUE(call.wait());
+  ASSERT_TRUE(call.error);
+  EXPECT_EQ(call.error->domain(), QPErrorDomainNetwork);
+  EXPECT_EQ(call.error->code(), 7);  // could not connect
+}
+
+TEST(QPTransportWire, SandboxFaultsMapAsTheTableSays) {
+  SandboxClient client;
+  client.provider->apiClientModule()->transportLayer()->setTimeoutInterval(std::chrono::milliseconds(300));
+  struct Case {
+    sandbox::Fault fault;
+    std::string domainPrefix;
+    std::optional<std::int64_t> code;
+  } cases[] = {
+      {sandbox::Fault::ServiceUnavailable, client.sandbox.baseUrl(), 503},
+      {sandbox::Fault::NotFoundHtml, std::string(QPErrorDomainJSON), {}},
+      {sandbox::Fault::NotJson, std::string(QPErrorDomainJSON), {}},
+      {sandbox::Fault::NoContent, std::string(QPErrorDomainJSON), {}},
+      {sandbox::Fault::Delay, std::string(QPErrorDomainNetwork), 28},  // time-out
+      {sandbox::Fault::Reset, std::string(QPErrorDomainNetwork), {}},
+  };
+  for (const Case& c : cases) {
+    client.sandbox.injectFault("/settings/country", c.fault, 1, std::chrono::milliseconds(2000));
+    Captured<QPGetCountriesResponse> captured;
+    client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
+    ASSERT_TRUE(captured.wait()) << static_cast<int>(c.fault);
+    EXPECT_EQ(captured.calls, 1);
+    ASSERT_TRUE(captured.error) << static_cast<int>(c.fault);
+    EXPECT_THAT(captured.error->domain(), StartsWith(c.domainPrefix)) << static_cast<int>(c.fault);
+    if (c.code) {
+      EXPECT_EQ(captured.error->code(), *c.code) << static_cast<int>(c.fault);
+    }
+    EXPECT_TRUE(captured.error->description() && !captured.error->description()->empty());
+  }
+}
+
+TEST(QPTransportWire, OversizedBodiesFailClearly) {
+  ScriptedServer server;
+  server.answer(200, "application/json", "[" + std::string(200000, ' ') + "]");
+  auto transport = transportFor(server.baseUrl());
+  transport->setMaximumResponseSize(100000);
+  TransportCall call;
+  transport->loadRequestWithURLComponents(QPURLComponents{"/big", {}}, "GET", std::nullopt,
+                                          call.completion());
+  ASSERT_TRUE(call.wait());
+  ASSERT_TRUE(call.error);
+  EXPECT_EQ(call.error->domain(), QPErrorDomainClient);
+  EXPECT_EQ(call.error->code(), QPClientErrorBodyTooLarge);
+}
+
+TEST(QPTransportWire, TopLevelFragmentsAreAccepted) {
+  ScriptedServer server;
+  server.answer(200, "application/json", "\"just text\"");
+  auto transport = transportFor(server.baseUrl());
+  TransportCall call;
+  transport->loadRequestWithURLComponents(QPURLComponents{"/t", {}}, "GET", std::nullopt, call.completion());
+  ASSERT_TRUE(call.wait());
+  ASSERT_FALSE(call.error);
+  EXPECT_EQ(*call.json, "just text");
+}
+
+TEST(QPTransportSettings, MissingURLOrProgramCodeFailsWithoutSending) {
+  for (auto [url, program] :
+       {std::pair<std::optional<std::string>, std::optional<std::string>>{std::nullopt, "P"},
+        {"http://127.0.0.1:1", std::nullopt}}) {
+    TransportCall call;
+    transportFor(url, program)
+        ->loadRequestWithURLComponents(QPURLComponents{"/x", {}}, "GET", std::nullopt, call.completion());
+    ASSERT_TRUE(call.wait());
+    ASSERT_TRUE(call.error);
+    EXPECT_EQ(call.error->domain(), QPErrorDomainClient);
+    EXPECT_EQ(call.error->code(), QPClientErrorMissingSetting);
+  }
+}
+
+// The completion contract.
+TEST(QPCompletionContract, RunsOnceOnTheMainQueueNeverBeforeReturning) {
+  SandboxClient client;
+  Captured<QPGetCountriesResponse> captured;
+  client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
+  EXPECT_EQ(captured.calls, 0);
+  ASSERT_TRUE(captured.wait());
+  QPMainQueue::runFor(std::chrono::milliseconds(50));
+  EXPECT_EQ(captured.calls, 1);
+  EXPECT_TRUE(captured.onMainThread);
+  ASSERT_TRUE(captured.response);
+  EXPECT_FALSE(captured.error);
+}
+
+TEST(QPCompletionContract, AnEmptyCompletionIsSkippedButTheCallIsMade) {
+  SandboxClient client;
+  std::uint64_t before = client.sandbox.requestCount();
+  client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), nullptr);
+  EXPECT_TRUE(
+      QPMainQueue::runUntil([&] { return client.sandbox.requestCount() > before; }, std::chrono::seconds(5)));
+  QPMainQueue::runFor(std::chrono::milliseconds(50));
+}
+
+TEST(QPCompletionContract, ReleasingTheClientMidFlightStillDeliversOnce) {
+  SandboxClient client;
+  client.sandbox.injectFault("/settings/country", sandbox::Fault::Delay, 1, std::chrono::milliseconds(200));
+  Captured<QPGetCountriesResponse> captured;
+  client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
+  client.provider.reset();  // provider, module, families and transport go away
+  ASSERT_TRUE(captured.wait());
+  QPMainQueue::runFor(std::chrono::milliseconds(50));
+  EXPECT_EQ(captured.calls, 1);
+  ASSERT_FALSE(captured.error);
+  ASSERT_TRUE(captured.response && captured.response->countries);
+  EXPECT_FALSE(captured.response->countries->empty());
+}
+
+TEST(QPCompletionContract, ManyConcurrentCallsFromOtherThreadsEachCompleteOnce) {
+  SandboxClient client;
+  constexpr int kCalls = 40;
+  std::vector<Captured<QPGetCountriesResponse>> captured(kCalls);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = t; i < kCalls; i += 4)
+        client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured[i].completion());
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  ASSERT_TRUE(QPMainQueue::runUntil(
+      [&] {
+        for (auto& c : captured)
+          if (c.calls == 0) return false;
+        return true;
+      },
+      std::chrono::seconds(10)));
+  QPMainQueue::runFor(std::chrono::milliseconds(50));
+  for (auto& c : captured) {
+    EXPECT_EQ(c.calls, 1);
+    EXPECT_TRUE(c.onMainThread);
+    EXPECT_FALSE(c.error);
+  }
+}
+
+}  // namespace
+}  // namespace brivane

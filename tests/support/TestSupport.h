@@ -1,0 +1,115 @@
+#pragma once
+
+#include <glib.h>
+#include <httplib.h>
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "brivane/api/core/QPApiProvider.h"
+#include "brivane/platform/QPMainQueue.h"
+#include "sandbox/Sandbox.h"
+
+namespace brivane::test {
+
+/// Collects one completion and remembers where and how often it ran.
+template <class Response>
+struct Captured {
+  int calls = 0;
+  bool onMainThread = false;
+  std::optional<QPError> error;
+  std::shared_ptr<Response> response;
+
+  QPCompletion<Response> completion() {
+    return [this](std::optional<QPError> e, std::shared_ptr<Response> r) {
+      ++calls;
+      // Inside a dispatch of the default context by its owner: that is the main queue.
+      onMainThread = g_main_context_is_owner(g_main_context_default());
+      error = std::move(e);
+      response = std::move(r);
+    };
+  }
+
+  /// Runs the main queue until the completion has run (or 10 s have passed).
+  bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+    return QPMainQueue::runUntil([this] { return calls > 0; }, timeout);
+  }
+};
+
+/// A started sandbox with a provider configured for it (and, on request, a valid token).
+class SandboxClient {
+ public:
+  explicit SandboxClient(bool withToken = true) {
+    sandbox.start();
+    tokens = std::make_shared<QPDefaultAccessTokenProvider>();
+    if (withToken) tokens->setAccessToken(sandbox.issueAccessToken());
+    QPApiProviderOption option;
+    option.url = sandbox.baseUrl();
+    option.programCode = sandbox.options().programCode;
+    option.partnerReferencePrefix = "TEST";
+    option.accessTokenProvider = tokens;
+    provider = std::make_unique<QPApiProvider>(option);
+  }
+
+  sandbox::Sandbox sandbox;
+  std::shared_ptr<QPDefaultAccessTokenProvider> tokens;
+  std::unique_ptr<QPApiProvider> provider;
+};
+
+/// A loopback HTTP peer that answers every request with one scripted answer.
+class ScriptedServer {
+ public:
+  ScriptedServer() {
+    server_.set_tcp_nodelay(true);
+    server_.set_keep_alive_max_count(1);  // one answer per connection: stopping never waits
+    auto handler = [this](const httplib::Request& req, httplib::Response& res) {
+      std::lock_guard lock(mutex_);
+      lastTarget_ = req.target;
+      lastBody_ = req.body;
+      res.status = status_;
+      if (contentType_.empty()) {
+        res.body = body_;
+      } else {
+        res.set_content(body_, contentType_.c_str());
+      }
+    };
+    server_.Get(".*", handler);
+    server_.Post(".*", handler);
+    port_ = server_.bind_to_any_port("127.0.0.1");
+    thread_ = std::thread([this] { server_.listen_after_bind(); });
+    while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::microseconds(50));
+  }
+  ~ScriptedServer() {
+    server_.stop();
+    thread_.join();
+  }
+
+  void answer(int status, std::string contentType, std::string body) {
+    std::lock_guard lock(mutex_);
+    status_ = status;
+    contentType_ = std::move(contentType);
+    body_ = std::move(body);
+  }
+  std::string baseUrl() const { return "http://127.0.0.1:" + std::to_string(port_); }
+  std::string lastTarget() {
+    std::lock_guard lock(mutex_);
+    return lastTarget_;
+  }
+
+ private:
+  httplib::Server server_;
+  std::thread thread_;
+  int port_ = 0;
+  std::mutex mutex_;
+  int status_ = 200;
+  std::string contentType_ = "application/json";
+  std::string body_ = "{}";
+  std::string lastTarget_;
+  std::string lastBody_;
+};
+
+}  // namespace brivane::test
