@@ -45,14 +45,37 @@ std::string escapedForScriptString(const std::string& css) {
   return result;
 }
 
-std::string readTemplate(const std::string& directory, const std::string& name) {
-  const std::filesystem::path file = std::filesystem::path(directory) / (name + ".html");
+std::string readFile(const std::filesystem::path& file) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(file, error)) throw std::invalid_argument("file not found");
   std::ifstream in(file, std::ios::binary);
   std::stringstream content;
-  if (in) content << in.rdbuf();  // an unreadable template renders as an empty page
+  if (in) content << in.rdbuf();  // an unreadable file reads as empty
   return content.str();
+}
+
+// Templates share pieces kept once in the bundle: "{{> name}}" stands for the file `name`
+// beside them (a plain file name; nested includes are not expanded).
+std::string expandIncludes(std::string text, const std::filesystem::path& directory) {
+  static constexpr std::string_view kOpen = "{{> ";
+  std::size_t at = 0;
+  while ((at = text.find(kOpen, at)) != std::string::npos) {
+    std::size_t close = text.find("}}", at);
+    if (close == std::string::npos) break;
+    std::string name = text.substr(at + kOpen.size(), close - at - kOpen.size());
+    if (name.empty() || name.find('/') != std::string::npos || name.starts_with('.')) {
+      at = close;
+      continue;
+    }
+    std::string piece = readFile(directory / name);
+    text.replace(at, close + 2 - at, piece);
+    at += piece.size();
+  }
+  return text;
+}
+
+std::string readTemplate(const std::string& directory, const std::string& name) {
+  return expandIncludes(readFile(std::filesystem::path(directory) / (name + ".html")), directory);
 }
 
 }  // namespace
