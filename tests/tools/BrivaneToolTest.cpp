@@ -1,0 +1,136 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include <boost/json.hpp>
+
+namespace brivane {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+
+// Runs the `brivane` tool built beside this test program, as an integrator's script would.
+class BrivaneTool : public ::testing::Test {
+ protected:
+  struct Outcome {
+    int status = -1;
+    std::string out;
+  };
+
+  void SetUp() override {
+    tool_ = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
+    if (!std::filesystem::exists(tool_)) GTEST_SKIP() << "brivane tool not built at " << tool_;
+  }
+
+  Outcome run(const std::string& arguments) {
+    std::string command = tool_.string() + " " + arguments + " 2>/dev/null";
+    FILE* pipe = popen(command.c_str(), "r");
+    Outcome outcome;
+    std::array<char, 4096> buffer{};
+    std::size_t got;
+    while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) outcome.out.append(buffer.data(), got);
+    int raw = pclose(pipe);
+    outcome.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    return outcome;
+  }
+
+  std::filesystem::path tool_;
+};
+
+TEST_F(BrivaneTool, DemoRunsEveryCallAgainstTheEmbeddedSandbox) {
+  Outcome demo = run("demo");
+  EXPECT_EQ(demo.status, 0) << demo.out;
+  EXPECT_THAT(demo.out, MatchesRegex("(.|\n)*POST +/token +ok +[0-9.]+ ms(.|\n)*"));
+  EXPECT_THAT(demo.out, MatchesRegex("(.|\n)*GET +/settings/country +ok +[0-9.]+ ms(.|\n)*"));
+  EXPECT_THAT(demo.out, MatchesRegex("(.|\n)*GET +/settings/getFinancialInstitutionData +ok(.|\n)*"));
+  EXPECT_THAT(demo.out, HasSubstr("All calls succeeded."));
+}
+
+TEST_F(BrivaneTool, CallPrintsEveryFieldOfTheTypedResponse) {
+  Outcome call = run("call settings getCountries --set onlyProgramCountries=true --prefix ABC");
+  ASSERT_EQ(call.status, 0) << call.out;
+  boost::json::object printed = boost::json::parse(call.out).as_object();
+  const boost::json::object& response = printed.at("response").as_object();
+  EXPECT_THAT(std::string(response.at("partnerReference").as_string()), MatchesRegex("ABC[0-9A-Za-z]{10}"));
+  EXPECT_EQ(response.at("responseCode"), "0000");
+  EXPECT_EQ(response.at("countries").as_array().front().as_object().at("countryCode"), "AT");
+
+  Outcome bank = run("call settings getgetFinancialInstitutionData");
+  ASSERT_EQ(bank.status, 0);
+  EXPECT_EQ(boost::json::parse(bank.out).at("response").at("creditorIdentifier"), "AT61ZZZ00000012345");
+}
+
+TEST_F(BrivaneTool, CallReportsErrorsAsJSONWithExitOne) {
+  Outcome login = run("call auth getAccessTokenWithUserName --userName x --password y --grantType password");
+  EXPECT_EQ(login.status, 1);
+  boost::json::value error = boost::json::parse(login.out).at("error");
+  EXPECT_EQ(error.at("code"), 1001);
+  EXPECT_EQ(error.at("description"), "The user name or password is wrong.");
+
+  Outcome missing = run("call auth getRefreshTokenWithToken --grantType refresh_token");
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(boost::json::parse(missing.out).at("error").at("domain"), "brivane.client");
+
+  Outcome dead = run("call settings getCountries --url http://127.0.0.1:1 --program X --token T");
+  EXPECT_EQ(dead.status, 1);
+  EXPECT_EQ(boost::json::parse(dead.out).at("error").at("domain"), "brivane.network");
+
+  Outcome noProgram = run("call settings getCountries --url http://127.0.0.1:1");
+  EXPECT_EQ(noProgram.status, 1);
+  EXPECT_EQ(boost::json::parse(noProgram.out).at("error").at("code"), 2);
+}
+
+TEST_F(BrivaneTool, UsageErrorsExitTwo) {
+  for (const char* arguments :
+       {"", "nonsense", "call", "call settings nope", "call settings getCountries --set x",
+        "call settings getCountries --set onlyProgramCountries=maybe", "call settings getCountries --bogus 1",
+        "call auth getRefreshTokenWithToken --set a=b", "sandbox --port many", "demo extra"}) {
+    EXPECT_EQ(run(arguments).status, 2) << arguments;
+  }
+}
+
+TEST_F(BrivaneTool, StandaloneSandboxServesUntilTerminated) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  pid_t child = fork();
+  if (child == 0) {
+    dup2(fds[1], STDOUT_FILENO);
+    close(fds[0]);
+    execl(tool_.c_str(), "brivane", "sandbox", "--port", "0", static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  close(fds[1]);
+  FILE* out = fdopen(fds[0], "r");
+  char line[256] = {};
+  ASSERT_NE(fgets(line, sizeof line, out), nullptr);
+  std::string first(line);
+  ASSERT_THAT(first, MatchesRegex("Sandbox listening on http://127\\.0\\.0\\.1:[0-9]+\n"));
+  std::string url = first.substr(first.find("http://"));
+  url.pop_back();
+
+  Outcome login = run("call auth getAccessTokenWithUserName --url " + url +
+                      " --userName demo@brivane.test --password Demo-Pass-1 --grantType password");
+  EXPECT_EQ(login.status, 0) << login.out;
+  std::string token(boost::json::parse(login.out).at("response").at("access_token").as_string());
+  Outcome countries = run("call settings getCountries --url " + url + " --program BRIVANE --token " + token);
+  EXPECT_EQ(countries.status, 0) << countries.out;
+
+  kill(child, SIGTERM);
+  int status = 0;
+  waitpid(child, &status, 0);
+  fclose(out);
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+}  // namespace
+}  // namespace brivane
