@@ -165,13 +165,11 @@ struct QPTransportLayer::Outgoing {
 std::optional<std::string> QPURLComponents::query() const {
   if (!queryItems) return std::nullopt;
   std::string text;
-  for (const QPURLQueryItem& item : *queryItems) {
-    if (!text.empty() || &item != &queryItems->front()) text.push_back('&');
+  for (std::size_t i = 0; i < queryItems->size(); ++i) {
+    const QPURLQueryItem& item = (*queryItems)[i];
+    if (i > 0) text.push_back('&');
     text += item.name;
-    if (item.value) {
-      text.push_back('=');
-      text += *item.value;
-    }
+    if (item.value) text += "=" + *item.value;
   }
   return text;
 }
