@@ -18,7 +18,7 @@
 #include "brivane/form/style/QPFormStyleJSON.h"
 #include "brivane/util/QPUtils.h"
 #include "form/CustomWebView.h"
-#include "sandbox/Sandbox.h"
+#include "sandbox/SandboxState.h"
 
 namespace brivane {
 namespace {
@@ -46,7 +46,7 @@ class ProviderServer {
       : server_(std::move(server)) {
     server_->set_tcp_nodelay(true);
     port_ = server_->bind_to_any_port("127.0.0.1");
-    sandbox::registerProviderPages(*server_, baseUrl());
+    sandbox::registerProviderPages(*server_, baseUrl(), nullptr);
     thread_ = std::thread([this] { server_->listen_after_bind(); });
     while (!server_->is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }

@@ -1,20 +1,11 @@
 #include "brivane/operations.h"
 
+#include "brivane/operation_builders.h"
+
 #include "brivane/api/auth/QPAuthenticationAPI.h"
 #include "brivane/api/settings/QPSettingsAPI.h"
 
 namespace brivane::cli {
-namespace {
-
-template <class Response>
-QPCompletion<Response> outcomeOf(std::function<void(CallOutcome)> done) {
-  return [done = std::move(done)](std::optional<QPError> error, std::shared_ptr<Response> response) {
-    CallOutcome outcome;
-    outcome.error = std::move(error);
-    if (response) outcome.response = response->toJSONObject();
-    done(std::move(outcome));
-  };
-}
 
 bool applyFields(QPRequestBase& request, const CallInput& input, std::string* usage) {
   for (const auto& [field, text] : input.fieldValues) {
@@ -33,21 +24,7 @@ std::optional<std::string> argument(const CallInput& input, const std::string& n
   return it->second;
 }
 
-// An operation of the common shape: (request, completion) on one family.
-template <class API, class Request, class Response>
-Operation requestOperation(std::string family, std::string name,
-                           const std::shared_ptr<API>& (QPApiProvider::*family_accessor)() const,
-                           void (API::*method)(const Request&, QPCompletion<Response>) const) {
-  Operation operation{std::move(family), std::move(name), {}, true, {}};
-  operation.start = [family_accessor, method](const QPApiProvider& provider, const CallInput& input,
-                                              std::function<void(CallOutcome)> done, std::string* usage) {
-    Request request;
-    if (!applyFields(request, input, usage)) return false;
-    ((*(provider.*family_accessor)()).*method)(request, outcomeOf<Response>(std::move(done)));
-    return true;
-  };
-  return operation;
-}
+namespace {
 
 std::vector<Operation> buildOperations() {
   std::vector<Operation> list;
@@ -76,6 +53,9 @@ std::vector<Operation> buildOperations() {
                                   &QPSettingsAPI::getCountries));
   list.push_back(requestOperation("settings", "getgetFinancialInstitutionData", &QPApiProvider::settingsAPI,
                                   &QPSettingsAPI::getgetFinancialInstitutionData));
+  addUserOperations(list);
+  addAccountOperations(list);
+  addPaymentOperations(list);
   return list;
 }
 

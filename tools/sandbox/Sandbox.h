@@ -5,10 +5,6 @@
 #include <memory>
 #include <string>
 
-namespace httplib {
-class Server;
-}
-
 namespace brivane::sandbox {
 
 /// A way the sandbox can misbehave for one request, chosen per request.
@@ -81,9 +77,5 @@ class Sandbox {
  private:
   std::unique_ptr<State> state_;
 };
-
-/// Adds the stand-in provider pages (card widget, PayPal button, form service, PayU) to a server.
-/// `baseUrl` is the server's own base URL, for pages that link back to it.
-void registerProviderPages(httplib::Server& server, const std::string& baseUrl);
 
 }  // namespace brivane::sandbox

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "sandbox/Sandbox.h"
+#include "sandbox/SandboxState.h"
 
 namespace brivane::sandbox {
 namespace {
@@ -332,7 +332,7 @@ void servePage(httplib::Server& server, const std::string& path, const std::stri
 
 }  // namespace
 
-void registerProviderPages(httplib::Server& server, const std::string& baseUrl) {
+void registerProviderPages(httplib::Server& server, const std::string& baseUrl, Sandbox::State*) {
   server.Get(R"(/providers/payon/(test|live)/v1/paymentWidgets\.js)",
              [](const httplib::Request&, httplib::Response& response) {
                response.set_content(kWidgetScript, "application/javascript; charset=utf-8");

@@ -38,6 +38,31 @@ QPBaseAPI::QPBaseAPI(std::shared_ptr<QPTransportLayer> transportLayer)
 
 QPBaseAPI::~QPBaseAPI() = default;
 
+std::optional<QPError> QPBaseAPI::composePath(std::string_view pathFormat,
+                                              std::initializer_list<QPPathArgument> arguments,
+                                              bool haveRequest, std::string* path) {
+  auto missing = [](std::string_view name) {
+    return QPError(std::string(QPErrorDomainClient), QPClientErrorMissingArgument,
+                   "The '" + std::string(name) + "' argument must be set.");
+  };
+  if (!haveRequest) return missing("request");
+  for (const QPPathArgument& argument : arguments)
+    if (!argument.value) return missing(argument.name);
+  path->clear();
+  path->reserve(pathFormat.size() + 32);
+  auto next = arguments.begin();
+  for (std::size_t i = 0; i < pathFormat.size(); ++i) {
+    if (pathFormat.compare(i, 2, "%@") == 0 && next != arguments.end()) {
+      *path += *next->value;
+      ++next;
+      ++i;
+    } else {
+      path->push_back(pathFormat[i]);
+    }
+  }
+  return std::nullopt;
+}
+
 void QPBaseAPI::send(std::string path, std::string_view method, const QPRequestBaseInterface& request,
                      QPTransportLayer::Completion completion) const {
   QPRequestParams params;

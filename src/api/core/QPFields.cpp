@@ -1,6 +1,7 @@
 #include "brivane/api/core/QPFields.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
@@ -270,6 +271,41 @@ bool Codec<std::optional<QPDate>>::parse(std::optional<QPDate>& field, std::stri
   return assign(field, boost::json::value(text), why);
 }
 
+namespace {
+
+// True when every number below `value` is finite: JSON has no text for the others.
+bool serialisable(const boost::json::value& value) {
+  switch (value.kind()) {
+    case boost::json::kind::double_:
+      return std::isfinite(value.get_double());
+    case boost::json::kind::array:
+      for (const auto& element : value.get_array())
+        if (!serialisable(element)) return false;
+      return true;
+    case boost::json::kind::object:
+      for (const auto& member : value.get_object())
+        if (!serialisable(member.value())) return false;
+      return true;
+    default:
+      return true;
+  }
+}
+
+}  // namespace
+
+std::optional<boost::json::value> criteriaParam(const std::optional<boost::json::object>& criteria) {
+  if (!criteria) return std::nullopt;
+  boost::json::array list;
+  list.reserve(criteria->size());
+  for (const auto& [key, value] : *criteria)
+    list.push_back(boost::json::object{{"name", key}, {"value", value}});
+  if (!serialisable(list)) return std::nullopt;
+  boost::system::error_code ec;
+  boost::json::value parsed = boost::json::parse(boost::json::serialize(list), ec);
+  if (ec || !parsed.is_array()) return std::nullopt;
+  return parsed;
+}
+
 // Dictionaries.
 bool Codec<std::optional<boost::json::object>>::assign(std::optional<boost::json::object>& field,
                                                        const boost::json::value& value, std::string* why) {
@@ -282,7 +318,8 @@ boost::json::value Codec<std::optional<boost::json::object>>::print(
   return field ? boost::json::value(*field) : boost::json::value(nullptr);
 }
 std::optional<boost::json::value> Codec<std::optional<boost::json::object>>::param(
-    const std::optional<boost::json::object>& field, QPParamEncoding) {
+    const std::optional<boost::json::object>& field, QPParamEncoding encoding) {
+  if (encoding == QPParamEncoding::Criteria) return criteriaParam(field);
   if (!field) return std::nullopt;
   return boost::json::value(*field);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +21,12 @@ namespace brivane {
 /// Called once, asynchronously, on the main queue; an empty function is skipped.
 template <class Response>
 using QPCompletion = std::function<void(std::optional<QPError> error, std::shared_ptr<Response> response)>;
+
+/// One identifier argument of an operation's path ("userId", "accno", ...), by name and value.
+struct QPPathArgument {
+  const char* name;
+  const std::optional<std::string>& value;
+};
 
 /// Base of the five API families: holds the shared transport and the common call pattern.
 ///
@@ -41,6 +48,21 @@ class QPBaseAPI {
   void call(std::string path, std::string_view method, const QPRequestBaseInterface& request,
             QPCompletion<Response> completion) const {
     send(std::move(path), method, request, deliver<Response>(std::move(completion)));
+  }
+
+  /// The common call of an operation that takes a request object and identifiers for its path.
+  /// A nil request or a nil identifier is a client error (`QPClientErrorMissingArgument`)
+  /// reported through the completion, and nothing is sent. Otherwise every "%@" of
+  /// `pathFormat` is replaced by the next identifier as it is (a "/" in it deepens the path;
+  /// bytes a URL cannot carry are escaped later by the transport).
+  template <class Response, class Request>
+  void call(std::string_view pathFormat, std::initializer_list<QPPathArgument> arguments,
+            std::string_view method, const std::shared_ptr<Request>& request,
+            QPCompletion<Response> completion) const {
+    std::string path;
+    if (auto error = composePath(pathFormat, arguments, request != nullptr, &path))
+      return fail(std::move(completion), std::move(*error));
+    call(std::move(path), method, *request, std::move(completion));
   }
 
   /// The form-encoded call of the token endpoint.
@@ -72,6 +94,9 @@ class QPBaseAPI {
   }
 
  private:
+  static std::optional<QPError> composePath(std::string_view pathFormat,
+                                            std::initializer_list<QPPathArgument> arguments,
+                                            bool haveRequest, std::string* path);
   void send(std::string path, std::string_view method, const QPRequestBaseInterface& request,
             QPTransportLayer::Completion completion) const;
   void sendForm(std::string path, QPFormParams fields, QPTransportLayer::Completion completion) const;

@@ -24,6 +24,7 @@ enum class QPParamEncoding {
   LocalDate,  ///< "yyyy-MM-dd" in local time
   LocalTime,  ///< "HHmmss" in local time
   Double,     ///< through `convertDouble`: never sent
+  Criteria,   ///< a dictionary as the criteria list, see `fields::criteriaParam`
 };
 
 /// Field conversions shared by every request, response and model class.
@@ -44,6 +45,12 @@ std::string convertLocalTime(QPDate date);
 /// Reads "yyyy-MM-ddTHH:mm:ss" (local time) or "yyyy-MM-dd"; nil otherwise.
 std::optional<QPDate> parseLocalDateTime(std::string_view text);
 std::string printLocalDateTime(QPDate date);
+/// The criteria rule of the requests that carry "criteria": nil for nil; otherwise one
+/// {"name": key, "value": value} object per entry, in the dictionary's order, serialised and
+/// parsed back. Nil when that round trip fails (a value JSON cannot carry, such as a non-finite
+/// number): the key is then left out and the rest of the request is still sent. An empty
+/// dictionary gives an empty list.
+std::optional<boost::json::value> criteriaParam(const std::optional<boost::json::object>& criteria);
 
 template <class M>
 struct Codec;

@@ -1,0 +1,7 @@
+#include "brivane/operation_builders.h"
+
+namespace brivane::cli {
+
+void addAccountOperations(std::vector<Operation>&) {}
+
+}  // namespace brivane::cli

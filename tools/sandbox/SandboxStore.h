@@ -1,0 +1,110 @@
+#pragma once
+
+// The sandbox platform's data: users, accounts, stored payment options, payments, the ledger,
+// the outbox and the authorization tokens that payment pages are rendered with. One instance per
+// sandbox, shared by the routes of every family; guarded by `Sandbox::State::mutex`.
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <boost/json.hpp>
+
+namespace brivane::sandbox {
+
+/// A secondary e-mail address of a user.
+struct SecondaryEmail {
+  std::string emailAddress;
+  bool isEmailVerified = false;
+};
+
+/// A user of the platform. The user id is the login name used at "/token" (its main e-mail).
+struct User {
+  std::string userId;
+  std::string password;
+  std::vector<SecondaryEmail> secondaryEmails;
+  std::vector<std::string> accnos;  ///< the accounts the user holds
+};
+
+/// One line of an account's statement. Amounts are in minor units (cents) of `currency`.
+struct LedgerEntry {
+  std::string entryReference;
+  std::string accno;
+  std::int64_t amount = 0;  ///< positive: credit, negative: debit
+  std::string currency;
+  std::string type;  ///< "PAYMENT", "PAY_TO_ACCOUNT", "TRANSFER_IN", "TRANSFER_OUT", "FEE", ...
+  std::string description;
+  std::string counterparty;
+  std::string date;  ///< "yyyy-MM-dd" (local time of the sandbox)
+  std::string time;  ///< "HHmmss"
+  std::uint64_t sequence = 0;  ///< order of booking
+};
+
+/// An account of the platform.
+struct Account {
+  std::string accno;
+  std::string accnoType;
+  std::string userId;
+  std::string currency = "EUR";
+  std::string state = "ACTIVE";
+  boost::json::object information;  ///< the holder's data as last created or updated
+};
+
+/// A payment option stored on an account (a card or a bank account).
+struct StoredPaymentOption {
+  std::string reference;
+  std::string accno;
+  std::string paymentOptionCode;  ///< "VISA", "MSTRCRD", "BNKACCT", ...
+  std::string state;              ///< "PENDING" until completed, then "ACTIVE"; "VERIFIED" after verification
+  bool isDefault = false;
+  boost::json::object details;  ///< masked number, expiry, holder, IBAN, mandate, ...
+};
+
+/// A payment opened by initAuthorize or made directly by authorize / payToAccount.
+struct Payment {
+  std::string uniqueReference;
+  std::string state;  ///< see the payment routes for the states and their transitions
+  std::string accno;
+  std::int64_t amount = 0;  ///< minor units
+  std::int64_t capturedAmount = 0;
+  std::string currency;
+  boost::json::object details;  ///< what the opening request carried, as stored
+};
+
+/// What a payment page is rendered with: the token names one pending payment or stored payment
+/// option. The stand-in provider pages mark it completed when the shopper finishes the page;
+/// the API's completing calls succeed only after that.
+struct Authorization {
+  enum class Kind { Payment, StoredPaymentOption };
+  std::string token;
+  Kind kind = Kind::Payment;
+  std::string reference;  ///< the payment's uniqueReference or the option's reference
+  std::string accno;
+  bool completedByShopper = false;
+  bool declined = false;
+  boost::json::object shopperData;  ///< what the page posted (card brand, masked number, ...)
+};
+
+/// A message the platform would have sent (mail or text): password-reset codes, mTANs,
+/// verification codes. Readable at GET "/sandbox/outbox".
+struct OutboxMessage {
+  std::string to;
+  std::string kind;  ///< "passwordReset", "mtan", "verifyPaymentOption", ...
+  std::string code;
+  std::string text;
+};
+
+struct Store {
+  std::map<std::string, User> users;  ///< by userId
+  std::map<std::string, Account> accounts;  ///< by accno
+  std::map<std::string, StoredPaymentOption> paymentOptions;  ///< by reference
+  std::map<std::string, Payment> payments;  ///< by uniqueReference
+  std::vector<LedgerEntry> ledger;
+  std::vector<OutboxMessage> outbox;
+  std::map<std::string, Authorization> authorizations;  ///< by token
+  std::uint64_t nextSequence = 1;
+};
+
+}  // namespace brivane::sandbox
