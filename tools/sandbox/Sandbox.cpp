@@ -240,6 +240,32 @@ json::object Sandbox::State::successEnvelope(const json::object& params) const {
   };
 }
 
+void Sandbox::State::seed() {
+  std::lock_guard lock(mutex);
+  const std::string date = nowFormatted("%Y-%m-%d");
+  const std::string time = nowFormatted("%H%M%S");
+  auto open = [&](const std::string& userId, const std::string& password, const std::string& accno,
+                  const std::string& name) {
+    store.users[userId] = User{userId, password, {}, {accno}};
+    Account account;
+    account.accno = accno;
+    account.accnoType = kDefaultAccnoType;
+    account.userId = userId;
+    account.information = json::object{{"firstName", name}, {"emailAddress", userId}};
+    store.accounts[accno] = std::move(account);
+    store.ledger.push_back(LedgerEntry{"OPEN-" + accno, accno, kOpeningBalance, "EUR", "OPENING_BALANCE",
+                                       "Opening balance", "", date, time, store.nextSequence++});
+  };
+  open(options.userName, options.password, kDemoAccno, "Demo");
+  open(kSecondUserId, kSecondPassword, kSecondAccno, "Second");
+  Account program;
+  program.accno = kProgramAccno;
+  program.accnoType = kDefaultAccnoType;
+  program.userId = "";
+  program.information = json::object{{"companyName", "Brivane Sandbox Shop"}};
+  store.accounts[kProgramAccno] = std::move(program);
+}
+
 void Sandbox::State::configure() {
   server.set_tcp_nodelay(true);
   server.new_task_queue = [] { return new httplib::ThreadPool(32); };
@@ -249,10 +275,7 @@ void Sandbox::State::configure() {
     if (auto fault = takeFault(req.path)) return applyFault(*fault, res);
     return httplib::Server::HandlerResponse::Unhandled;
   });
-  {
-    std::lock_guard lock(mutex);
-    store.users[options.userName] = User{options.userName, options.password, {}, {}};
-  }
+  seed();
   registerAuthRoutes(*this);
   registerSettingsRoutes(*this);
   registerUserRoutes(*this);

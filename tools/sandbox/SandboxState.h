@@ -87,6 +87,8 @@ struct Sandbox::State {
   /// The common fields of every successful answer, echoing the call's parameters.
   json::object successEnvelope(const json::object& params) const;
 
+  /// The users, accounts and opening balances every sandbox starts with.
+  void seed();
   void configure();
   void routeEverythingElse();
   bool bind();

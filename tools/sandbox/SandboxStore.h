@@ -96,6 +96,15 @@ struct OutboxMessage {
   std::string text;
 };
 
+/// Seed data every sandbox starts with (documented in the README's "Sandbox test data").
+inline constexpr const char* kProgramAccno = "9000000001";  ///< the program's own account (the merchant)
+inline constexpr const char* kDemoAccno = "1000000001";     ///< the demo user's account
+inline constexpr const char* kSecondUserId = "second@brivane.test";
+inline constexpr const char* kSecondPassword = "Second-Pass-2";
+inline constexpr const char* kSecondAccno = "1000000002";  ///< the second user's account
+inline constexpr const char* kDefaultAccnoType = "WALLET";
+inline constexpr std::int64_t kOpeningBalance = 100000;  ///< 1,000.00 EUR on each user account
+
 struct Store {
   std::map<std::string, User> users;  ///< by userId
   std::map<std::string, Account> accounts;  ///< by accno
