@@ -73,7 +73,8 @@ Operation pathOperation(std::string family, std::string name, std::vector<std::s
     std::tuple<Ids...> ids{((void)sizeof(Ids), next())...};
     std::apply(
         [&](auto&&... id) {
-          ((*(provider.*accessor)()).*method)(request, std::move(id)..., outcomeOf<Response>(std::move(done)));
+          ((*(provider.*accessor)()).*method)(request, std::move(id)...,
+                                              outcomeOf<Response>(std::move(done)));
         },
         std::move(ids));
     return true;

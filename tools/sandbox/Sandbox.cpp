@@ -143,7 +143,8 @@ std::pair<std::string, std::string> Sandbox::State::issueTokens(const std::strin
   return {access, refresh};
 }
 
-httplib::Server::HandlerResponse Sandbox::State::applyFault(const PendingFault& fault, httplib::Response& res) {
+httplib::Server::HandlerResponse Sandbox::State::applyFault(const PendingFault& fault,
+                                                            httplib::Response& res) {
   switch (fault.fault) {
     case Fault::ServiceUnavailable:
       sendPlatformError(res, 503, "5030", "The service is temporarily unavailable.");
@@ -282,12 +283,14 @@ void Sandbox::State::configure() {
   registerAccountRoutes(*this);
   registerPaymentRoutes(*this);
 
-  server.Post("/sandbox/faults",
-              [this](const httplib::Request& req, httplib::Response& res) { handleFaultAdmin(*this, req, res); });
+  server.Post("/sandbox/faults", [this](const httplib::Request& req, httplib::Response& res) {
+    handleFaultAdmin(*this, req, res);
+  });
   server.Delete("/sandbox/faults", [this](const httplib::Request&, httplib::Response& res) {
     std::lock_guard lock(mutex);
     faults.clear();
-    sendJSON(res, 200, json::object{{"responseCode", kSuccessCode}, {"responseDescription", "Faults cleared."}});
+    sendJSON(res, 200,
+             json::object{{"responseCode", kSuccessCode}, {"responseDescription", "Faults cleared."}});
   });
   // The messages the platform would have mailed or texted, oldest first.
   server.Get("/sandbox/outbox", [this](const httplib::Request&, httplib::Response& res) {

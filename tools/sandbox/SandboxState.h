@@ -65,7 +65,7 @@ struct Sandbox::State {
   mutable std::mutex mutex;
   std::condition_variable wake;  // cuts delayed answers short on stop
   std::vector<PendingFault> faults;
-  std::map<std::string, std::string> accessTokens;  // access token → user id
+  std::map<std::string, std::string> accessTokens;   // access token → user id
   std::map<std::string, std::string> refreshTokens;  // refresh token → user id, while still valid
   std::map<std::string, Seen> seen;
   std::mt19937_64 random{std::random_device{}()};

@@ -37,8 +37,8 @@ struct LedgerEntry {
   std::string type;  ///< "PAYMENT", "PAY_TO_ACCOUNT", "TRANSFER_IN", "TRANSFER_OUT", "FEE", ...
   std::string description;
   std::string counterparty;
-  std::string date;  ///< "yyyy-MM-dd" (local time of the sandbox)
-  std::string time;  ///< "HHmmss"
+  std::string date;            ///< "yyyy-MM-dd" (local time of the sandbox)
+  std::string time;            ///< "HHmmss"
   std::uint64_t sequence = 0;  ///< order of booking
 };
 
@@ -106,10 +106,10 @@ inline constexpr const char* kDefaultAccnoType = "WALLET";
 inline constexpr std::int64_t kOpeningBalance = 100000;  ///< 1,000.00 EUR on each user account
 
 struct Store {
-  std::map<std::string, User> users;  ///< by userId
-  std::map<std::string, Account> accounts;  ///< by accno
+  std::map<std::string, User> users;                          ///< by userId
+  std::map<std::string, Account> accounts;                    ///< by accno
   std::map<std::string, StoredPaymentOption> paymentOptions;  ///< by reference
-  std::map<std::string, Payment> payments;  ///< by uniqueReference
+  std::map<std::string, Payment> payments;                    ///< by uniqueReference
   std::vector<LedgerEntry> ledger;
   std::vector<OutboxMessage> outbox;
   std::map<std::string, Authorization> authorizations;  ///< by token

@@ -271,6 +271,29 @@ bool Codec<std::optional<QPDate>>::parse(std::optional<QPDate>& field, std::stri
   return assign(field, boost::json::value(text), why);
 }
 
+// Values kept as received.
+bool Codec<std::optional<boost::json::value>>::assign(std::optional<boost::json::value>& field,
+                                                      const boost::json::value& value, std::string*) {
+  field = value;
+  return true;
+}
+boost::json::value Codec<std::optional<boost::json::value>>::print(
+    const std::optional<boost::json::value>& field) {
+  return field ? *field : boost::json::value(nullptr);
+}
+std::optional<boost::json::value> Codec<std::optional<boost::json::value>>::param(
+    const std::optional<boost::json::value>& field, QPParamEncoding) {
+  return field;
+}
+// JSON text is taken as JSON; any other text as a string.
+bool Codec<std::optional<boost::json::value>>::parse(std::optional<boost::json::value>& field,
+                                                     std::string_view text, std::string*) {
+  boost::system::error_code ec;
+  boost::json::value value = boost::json::parse(text, ec);
+  field = ec ? boost::json::value(boost::json::string(text)) : std::move(value);
+  return true;
+}
+
 namespace {
 
 // True when every number below `value` is finite: JSON has no text for the others.

@@ -95,8 +95,8 @@ class QPBaseAPI {
 
  private:
   static std::optional<QPError> composePath(std::string_view pathFormat,
-                                            std::initializer_list<QPPathArgument> arguments,
-                                            bool haveRequest, std::string* path);
+                                            std::initializer_list<QPPathArgument> arguments, bool haveRequest,
+                                            std::string* path);
   void send(std::string path, std::string_view method, const QPRequestBaseInterface& request,
             QPTransportLayer::Completion completion) const;
   void sendForm(std::string path, QPFormParams fields, QPTransportLayer::Completion completion) const;

@@ -114,6 +114,17 @@ struct Codec<std::optional<boost::json::object>> {
   static bool parse(std::optional<boost::json::object>& field, std::string_view text, std::string* why);
 };
 
+/// Any JSON value, kept as received (answer fields typed as dates hold the server's text as it is).
+template <>
+struct Codec<std::optional<boost::json::value>> {
+  static bool assign(std::optional<boost::json::value>& field, const boost::json::value& value,
+                     std::string* why);
+  static boost::json::value print(const std::optional<boost::json::value>& field);
+  static std::optional<boost::json::value> param(const std::optional<boost::json::value>& field,
+                                                 QPParamEncoding);
+  static bool parse(std::optional<boost::json::value>& field, std::string_view text, std::string* why);
+};
+
 /// A list of models: each element is filled with the model's `initWithDictionary`.
 template <class Model>
 struct Codec<std::optional<std::vector<std::shared_ptr<Model>>>> {
