@@ -352,7 +352,7 @@ void createAccount(Sandbox::State& state, const httplib::Request& req, httplib::
     return;
   }
   std::string accno;
-  for (std::uint64_t n = 1000000001 + store.accounts.size();; ++n) {
+  for (std::uint64_t n = 1000000001;; ++n) {  // the first free number
     accno = std::to_string(n);
     if (!store.accounts.contains(accno)) break;
   }
