@@ -416,6 +416,24 @@ TEST(QPAccountAPIWire, AnAccnoHoldingASlashDeepensThePath) {
               ::testing::HasSubstr("accnoType=WALLET"));
 }
 
+TEST(QPAccountAPIWire, CharactersAUrlCannotCarryAreEscapedIntoThePath) {
+  SandboxClient client;
+  struct Case {
+    const char* accno;
+    const char* seenPath;
+  };
+  const Case cases[] = {
+      {"a b", "/account/a b/state"}, {"a?b#c", "/account/a?b#c/state"}, {"", "/account//state"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.accno);
+    Outcome outcome;
+    client.provider->accountAPI()->getAccountState(std::make_shared<QPGetAccountStateRequest>("WALLET"),
+                                                   c.accno, note<QPGetAccountStateResponse>(outcome));
+    ASSERT_TRUE(QPMainQueue::runUntil([&] { return outcome.calls > 0; }, std::chrono::seconds(10)));
+    EXPECT_THAT(client.sandbox.lastQuery(c.seenPath), ::testing::HasSubstr("accnoType=WALLET"));
+  }
+}
+
 // Request quirks that need no server: the parameters themselves.
 struct ParamsCase {
   const char* name;
