@@ -154,6 +154,12 @@ TEST_F(SandboxAccount, TheStatementPagesAndSortsTheLedger) {
   auto response = ok(none);
   ASSERT_TRUE(response && response->entries);
   EXPECT_TRUE(response->entries->empty());
+
+  auto negative = std::make_shared<QPAccountEnquiryRequest>();
+  negative->skip = -1;
+  Captured<QPAccountEnquiryResponse> refusedPage;
+  api().accountEnquiry(negative, kDemo, refusedPage.completion());
+  EXPECT_EQ(refused(refusedPage), 4121);
 }
 
 TEST_F(SandboxAccount, AddingACardNeedsTheShopperThenAValidNumber) {

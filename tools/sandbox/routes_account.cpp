@@ -4,6 +4,7 @@
 // and limit tables below are the sandbox's published terms (README, "Sandbox test data").
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
@@ -83,6 +84,23 @@ std::string moneyText(std::int64_t cents) {
   std::string fraction = std::to_string(magnitude % 100);
   if (fraction.size() < 2) fraction.insert(0, "0");
   return sign + std::to_string(magnitude / 100) + "." + fraction;
+}
+
+/// "top" and "skip" when given: whole numbers of at least 0. False after refusing others.
+bool readPaging(const json::object& params, std::optional<std::int64_t>* top,
+                std::optional<std::int64_t>* skip, httplib::Response& res) {
+  for (auto [key, target] : {std::pair{"top", top}, {"skip", skip}}) {
+    if (!params.contains(key)) continue;
+    const std::string value = text(params, key);
+    std::int64_t number = -1;
+    auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+    if (error != std::errc() || end != value.data() + value.size() || number < 0) {
+      sendPlatformError(res, 400, "4121", "'top' and 'skip' must be whole numbers of at least 0.");
+      return false;
+    }
+    *target = number;
+  }
+  return true;
 }
 
 std::string digitsOnly(const std::string& value) {
@@ -449,17 +467,8 @@ void accountEnquiry(Sandbox::State& state, const httplib::Request& req, httplib:
     sendPlatformError(res, 400, "4120", "'sortDirection' must be ASC or DESC.");
     return;
   }
-  std::int64_t top = 0, skip = 0;
-  try {
-    top = params.contains("top") ? std::stoll(text(params, "top")) : 0;
-    skip = params.contains("skip") ? std::stoll(text(params, "skip")) : 0;
-  } catch (const std::exception&) {
-    top = skip = -1;
-  }
-  if (top < 0 || skip < 0) {
-    sendPlatformError(res, 400, "4121", "'top' and 'skip' must be whole numbers of at least 0.");
-    return;
-  }
+  std::optional<std::int64_t> top, skip;
+  if (!readPaging(params, &top, &skip, res)) return;
   // The running balance covers every entry; the period only chooses which are shown.
   json::array entries;
   std::int64_t balance = 0;
@@ -486,8 +495,9 @@ void accountEnquiry(Sandbox::State& state, const httplib::Request& req, httplib:
   if (direction == "DESC") std::reverse(entries.begin(), entries.end());
   const std::size_t count = entries.size();
   json::array page;
-  for (std::size_t i = static_cast<std::size_t>(std::min<std::int64_t>(skip, count)); i < count; ++i) {
-    if (top > 0 && page.size() >= static_cast<std::size_t>(top)) break;
+  for (std::size_t i = static_cast<std::size_t>(std::min<std::int64_t>(skip.value_or(0), count)); i < count;
+       ++i) {
+    if (top.value_or(0) > 0 && page.size() >= static_cast<std::size_t>(*top)) break;
     page.push_back(entries[i]);
   }
   json::object answer = state.successEnvelope(params);
@@ -680,16 +690,7 @@ void transferRecipients(Sandbox::State& state, const httplib::Request& req, http
     if (frequency[it->counterparty]++ == 0) order.push_back(it->counterparty);
   }
   std::optional<std::int64_t> top, skip;
-  try {
-    if (params.contains("top")) top = std::stoll(text(params, "top"));
-    if (params.contains("skip")) skip = std::stoll(text(params, "skip"));
-  } catch (const std::exception&) {
-    top = -1;
-  }
-  if ((top && *top < 0) || (skip && *skip < 0)) {
-    sendPlatformError(res, 400, "4121", "'top' and 'skip' must be whole numbers of at least 0.");
-    return;
-  }
+  if (!readPaging(params, &top, &skip, res)) return;
   json::array recipients;
   std::int64_t skipped = 0;
   for (const std::string& accno : order) {
