@@ -331,6 +331,24 @@ TEST_F(SandboxAccount, ANewAccountsUserCanSignInAndOnlyHoldsItsOwnAccount) {
   api().findAccount(std::make_shared<QPFindAccountRequest>("new@brivane.test"), found.completion());
   EXPECT_EQ(ok(found)->accno, account->accno);
   EXPECT_EQ(balance(account->accno->c_str()), "0");
+
+  auto update = std::make_shared<QPUpdateAccountInformationRequest>();
+  update->lastName = "Lovelace";
+  update->city = "London";
+  Captured<QPCreateAccountResponse> updated;
+  api().updateAccountInformation(update, account->accno, updated.completion());
+  EXPECT_EQ(ok(updated)->accno, account->accno);
+  Captured<QPGetAccountInformationResponse> information;
+  api().getAccountInformation(std::make_shared<QPGetAccountInformationRequest>("WALLET"), account->accno,
+                              information.completion());
+  auto info = ok(information);
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->firstName, "Nora");  // kept from the creation
+  EXPECT_EQ(info->lastName, "Lovelace");
+  EXPECT_EQ(info->city, "London");
+  EXPECT_EQ(info->emailAddress, "new@brivane.test");
+  EXPECT_FALSE(info->isMobilePhoneVerified());
+  ASSERT_TRUE(info->getIsMobilePhoneVerified());
   Captured<QPBalanceEnquiryResponse> foreign;
   api().balanceEnquiry(std::make_shared<QPBalanceEnquiryRequest>("WALLET"), kDemo, foreign.completion());
   EXPECT_EQ(refused(foreign), 4102);
