@@ -132,5 +132,30 @@ TEST_F(BrivaneTool, StandaloneSandboxServesUntilTerminated) {
   EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
+TEST_F(BrivaneTool, AccountOperationsTakePathArgumentsAndConstructorFields) {
+  struct Case {
+    const char* arguments;
+    int status;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"balanceEnquiry --accno 1000000001 --set accnoType=WALLET", 0, R"("avlBal":1000)"},
+      {"registerAccountDevice --accno 1000000001 --set deviceType=1 --set clientId=cli", 0,
+       R"("responseCode":"0000")"},
+      {"findAccount --set userId=second@brivane.test", 0, R"("accno":"1000000002")"},
+      {"accountEnquiry --accno 1000000001 --set startDate=2000-01-01T00:00:00 --set top=1", 0,
+       R"("entryType":"OPENING_BALANCE")"},
+      {"getSepaMandate --accno 1000000001", 1, R"("code":1,)"},  // no --storedPaymentOptionReference
+      {"transferAmount --accno 1000000001 --set tansferAmount=1", 2, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    Outcome call = run(std::string("call account ") + c.arguments);
+    EXPECT_EQ(call.status, c.status) << call.out;
+    EXPECT_THAT(call.out, HasSubstr(c.expected));
+  }
+  EXPECT_THAT(run("call --help").out, HasSubstr("completeAddStoredPaymentOption"));
+}
+
 }  // namespace
 }  // namespace brivane

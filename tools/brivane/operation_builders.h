@@ -7,6 +7,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -52,31 +54,44 @@ Operation requestOperation(std::string family, std::string name, FamilyAccessor<
   return operation;
 }
 
+/// What an operation of the shape (request, [identifier...,] completion) takes and answers.
+template <class Method>
+struct PathOperationTraits;
+
+template <class API, class Request, class... Rest>
+struct PathOperationTraits<void (API::*)(std::shared_ptr<const Request>, Rest...) const> {
+  using RequestType = Request;
+  using Completion = std::tuple_element_t<sizeof...(Rest) - 1, std::tuple<Rest...>>;
+  static constexpr std::size_t identifierCount = sizeof...(Rest) - 1;
+};
+
+template <class Completion>
+struct ResponseOf;
+template <class Response>
+struct ResponseOf<QPCompletion<Response>> {
+  using Type = Response;
+};
+
 /// An operation of the shape (request, [identifier...,] completion), the request shared and every
 /// identifier a path argument named on the command line (--userId, --accno, ...). A path
 /// argument that is not given is passed as nil, so the SDK's own check reports it.
-template <class API, class Request, class Response, class... Ids>
+template <class API, class Method>
 Operation pathOperation(std::string family, std::string name, std::vector<std::string> argumentNames,
-                        FamilyAccessor<API> accessor,
-                        void (API::*method)(std::shared_ptr<const Request>, Ids..., QPCompletion<Response>)
-                            const) {
-  static_assert((std::is_same_v<Ids, std::optional<std::string>> && ...));
+                        FamilyAccessor<API> accessor, Method method) {
+  using Traits = PathOperationTraits<Method>;
+  using Request = typename Traits::RequestType;
+  using Response = typename ResponseOf<typename Traits::Completion>::Type;
   Operation operation{std::move(family), std::move(name), argumentNames, true, {}};
   operation.start = [accessor, method, argumentNames](const QPApiProvider& provider, const CallInput& input,
                                                       std::function<void(CallOutcome)> done,
                                                       std::string* usage) {
     auto request = std::make_shared<Request>();
     if (!applyFields(*request, input, usage)) return false;
-    std::size_t index = 0;
-    auto next = [&]() { return argument(input, argumentNames[index++]); };
-    // Braced initialisation evaluates the arguments left to right.
-    std::tuple<Ids...> ids{((void)sizeof(Ids), next())...};
-    std::apply(
-        [&](auto&&... id) {
-          ((*(provider.*accessor)()).*method)(request, std::move(id)...,
-                                              outcomeOf<Response>(std::move(done)));
-        },
-        std::move(ids));
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+      ((*(provider.*accessor)()).*method)(request, argument(input, argumentNames.at(I))...,
+                                          outcomeOf<Response>(std::move(done)));
+    }
+    (std::make_index_sequence<Traits::identifierCount>());
     return true;
   };
   return operation;

@@ -411,6 +411,15 @@ std::string Sandbox::issueAccessToken() {
   return state_->issueTokens(state_->options.userName).first;
 }
 
+bool Sandbox::completeAuthorizationAsShopper(const std::string& token, bool approve) {
+  std::lock_guard lock(state_->mutex);
+  auto it = state_->store.authorizations.find(token);
+  if (it == state_->store.authorizations.end()) return false;
+  it->second.completedByShopper = approve;
+  it->second.declined = !approve;
+  return true;
+}
+
 std::string Sandbox::lastBody(const std::string& path) const {
   std::lock_guard lock(state_->mutex);
   auto it = state_->seen.find(path);

@@ -64,6 +64,10 @@ class Sandbox {
   /// Issues a token pair as the password grant would (for tests that need a valid token).
   std::string issueAccessToken();
 
+  /// Marks the payment page of `token` finished by the shopper, as the provider pages do:
+  /// approved, or declined when `approve` is false. False for an unknown token.
+  bool completeAuthorizationAsShopper(const std::string& token, bool approve = true);
+
   /// The raw body and query string of the last request to `path` ("" when none came).
   std::string lastBody(const std::string& path) const;
   std::string lastQuery(const std::string& path) const;

@@ -42,6 +42,12 @@ struct LedgerEntry {
   std::uint64_t sequence = 0;  ///< order of booking
 };
 
+/// A device bound to an account (by type and client identifier).
+struct Device {
+  std::string deviceType;
+  std::string clientId;
+};
+
 /// An account of the platform.
 struct Account {
   std::string accno;
@@ -50,6 +56,10 @@ struct Account {
   std::string currency = "EUR";
   std::string state = "ACTIVE";
   boost::json::object information;  ///< the holder's data as last created or updated
+  std::vector<Device> devices;
+  std::string pendingMtan;  ///< the last mTAN texted and not yet used ("" when none)
+  bool mobilePhoneVerified = false;
+  std::string paymentAccessCode = "2468";
 };
 
 /// A payment option stored on an account (a card or a bank account).
@@ -59,7 +69,9 @@ struct StoredPaymentOption {
   std::string paymentOptionCode;  ///< "VISA", "MSTRCRD", "BNKACCT", ...
   std::string state;              ///< "PENDING" until completed, then "ACTIVE"; "VERIFIED" after verification
   bool isDefault = false;
-  boost::json::object details;  ///< masked number, expiry, holder, IBAN, mandate, ...
+  boost::json::object details;     ///< masked number, expiry, holder, IBAN, mandate, ...
+  std::string verificationCode;    ///< the code of a verification in progress ("" when none)
+  std::string authorizationToken;  ///< the token it was announced with
 };
 
 /// A payment opened by initAuthorize or made directly by authorize / payToAccount.

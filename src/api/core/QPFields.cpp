@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
@@ -180,6 +181,7 @@ boost::json::value Codec<std::optional<QPNumber>>::print(const std::optional<QPN
 std::optional<boost::json::value> Codec<std::optional<QPNumber>>::param(const std::optional<QPNumber>& field,
                                                                         QPParamEncoding encoding) {
   if (!field || encoding == QPParamEncoding::Double) return std::nullopt;
+  if (encoding == QPParamEncoding::AsIs) return print(field);
   return boost::json::value(convertNumber(*field));
 }
 bool Codec<std::optional<QPNumber>>::parse(std::optional<QPNumber>& field, std::string_view text,
@@ -221,10 +223,30 @@ bool Codec<std::int64_t>::assign(std::int64_t& field, const boost::json::value& 
 boost::json::value Codec<std::int64_t>::print(const std::int64_t& field) {
   return field;
 }
-std::optional<boost::json::value> Codec<std::int64_t>::param(const std::int64_t& field, QPParamEncoding) {
+std::optional<boost::json::value> Codec<std::int64_t>::param(const std::int64_t& field,
+                                                             QPParamEncoding encoding) {
+  if (encoding == QPParamEncoding::OmitZero && field == 0) return std::nullopt;
   return boost::json::value(std::to_string(field));
 }
 bool Codec<std::int64_t>::parse(std::int64_t& field, std::string_view text, std::string* why) {
+  return assign(field, boost::json::value(text), why);
+}
+
+// 32-bit integers: as the 64-bit ones, refusing values outside the range.
+bool Codec<int>::assign(int& field, const boost::json::value& value, std::string* why) {
+  std::int64_t wide = 0;
+  if (!Codec<std::int64_t>::assign(wide, value, why)) return false;
+  if (wide < INT32_MIN || wide > INT32_MAX) return fail(why, "out of range: " + jsonText(value));
+  field = static_cast<int>(wide);
+  return true;
+}
+boost::json::value Codec<int>::print(const int& field) {
+  return field;
+}
+std::optional<boost::json::value> Codec<int>::param(const int& field, QPParamEncoding encoding) {
+  return Codec<std::int64_t>::param(field, encoding);
+}
+bool Codec<int>::parse(int& field, std::string_view text, std::string* why) {
   return assign(field, boost::json::value(text), why);
 }
 

@@ -199,7 +199,10 @@ QPTransportLayer::~QPTransportLayer() = default;
 
 std::string QPTransportLayer::composeURL(const QPURLComponents& components) const {
   std::string base = setting_ && setting_->urlStr() ? *setting_->urlStr() : std::string();
-  std::string path = components.path.value_or("");
+  // A "?" or "#" inside the path (an identifier holding one) is part of the path, not the start
+  // of the query or fragment.
+  std::string path;
+  for (char c : components.path.value_or("")) path += c == '?' ? "%3F" : c == '#' ? "%23" : std::string(1, c);
   std::optional<std::string> query = components.query();
   if (base.ends_with('/') && path.starts_with('/')) base.pop_back();
   std::string url = base + path + (query ? "?" + *query : std::string());

@@ -25,6 +25,8 @@ enum class QPParamEncoding {
   LocalTime,  ///< "HHmmss" in local time
   Double,     ///< through `convertDouble`: never sent
   Criteria,   ///< a dictionary as the criteria list, see `fields::criteriaParam`
+  OmitZero,   ///< integers as decimal text, left out when 0 (0 means "not given")
+  AsIs,       ///< numbers as the JSON numbers they are, not as text
 };
 
 /// Field conversions shared by every request, response and model class.
@@ -85,6 +87,14 @@ struct Codec<std::int64_t> {
   static boost::json::value print(const std::int64_t& field);
   static std::optional<boost::json::value> param(const std::int64_t& field, QPParamEncoding);
   static bool parse(std::int64_t& field, std::string_view text, std::string* why);
+};
+
+template <>
+struct Codec<int> {
+  static bool assign(int& field, const boost::json::value& value, std::string* why);
+  static boost::json::value print(const int& field);
+  static std::optional<boost::json::value> param(const int& field, QPParamEncoding encoding);
+  static bool parse(int& field, std::string_view text, std::string* why);
 };
 
 template <>
@@ -167,6 +177,45 @@ struct Codec<std::optional<std::vector<std::shared_ptr<Model>>>> {
   }
 };
 
+/// One nested model: the value is handed to the model's `initWithDictionary` whatever it is, JSON
+/// null included (a null or a non-dictionary yields an empty model and one log line).
+template <class Model>
+struct Codec<std::shared_ptr<Model>> {
+  using Field = std::shared_ptr<Model>;
+  static constexpr bool takesNull = true;
+  static bool assign(Field& field, const boost::json::value& value, std::string*) {
+    auto model = std::make_shared<Model>();
+    model->initWithDictionary(value);
+    field = std::move(model);
+    return true;
+  }
+  static boost::json::value print(const Field& field) {
+    return field ? boost::json::value(field->toJSONObject()) : boost::json::value(nullptr);
+  }
+  static std::optional<boost::json::value> param(const Field& field, QPParamEncoding) {
+    if (!field) return std::nullopt;
+    return print(field);
+  }
+  static bool parse(Field& field, std::string_view text, std::string* why) {
+    boost::system::error_code ec;
+    boost::json::value value = boost::json::parse(text, ec);
+    if (ec || !value.is_object()) {
+      if (why != nullptr) *why = "expected a JSON dictionary";
+      return false;
+    }
+    return assign(field, value, why);
+  }
+};
+
+/// Whether a field of codec `C` is handed JSON null instead of skipping it.
+template <class C>
+constexpr bool takesNull() {
+  if constexpr (requires { C::takesNull; })
+    return C::takesNull;
+  else
+    return false;
+}
+
 }  // namespace fields
 
 /// The key-to-field table of one class: the single description from which the class fills
@@ -184,6 +233,7 @@ class QPFieldList {
     std::function<boost::json::value(const Owner&)> print;
     std::function<std::optional<boost::json::value>(const Owner&)> param;
     std::function<bool(Owner&, std::string_view, std::string*)> parse;
+    bool takesNull = false;  ///< JSON null is assigned too (nested models), not skipped
   };
 
   QPFieldList() = default;
@@ -219,6 +269,7 @@ class QPFieldList {
         [member](Owner& owner, std::string_view text, std::string* why) {
           return C::parse(static_cast<Derived&>(owner).*member, text, why);
         },
+        fields::takesNull<C>(),
     };
   }
 
@@ -259,7 +310,8 @@ void log(const std::string& line);
 /// Replaces the log's sink; an empty function restores the default. Returns the previous sink.
 std::function<void(const std::string&)> setLogSink(std::function<void(const std::string&)> sink);
 
-/// Fills `owner` from `json` by its table: every key in order, JSON null skipped. A value that is
+/// Fills `owner` from `json` by its table: every key in order, JSON null skipped (except for
+/// fields that take it, see `Entry::takesNull`). A value that is
 /// not an object fills nothing.
 template <class Owner>
 void fill(Owner& owner, const QPFieldList<Owner>& table, const boost::json::value& json, QPFillRule rule,
@@ -271,9 +323,9 @@ void fill(Owner& owner, const QPFieldList<Owner>& table, const boost::json::valu
     return;
   }
   for (const auto& [key, value] : *object) {
-    if (value.is_null()) continue;
-    std::string why;
     const auto* entry = table.findKey(key);
+    if (value.is_null() && (entry == nullptr || !entry->takesNull)) continue;
+    std::string why;
     bool assigned = false;
     if (entry == nullptr) {
       why = "no field for key \"" + std::string(key) + "\"";
