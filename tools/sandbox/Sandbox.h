@@ -61,6 +61,11 @@ class Sandbox {
   /// Forgets all pending faults.
   void clearFaults();
 
+  /// Marks the payment page rendered with `token` as finished by the shopper, approved or
+  /// declined, as the stand-in provider pages do (for tests and the journey demo). False for a
+  /// token the sandbox never issued.
+  bool completeAuthorizationAsShopper(const std::string& token, bool approve = true);
+
   /// Issues a token pair as the password grant would (for tests that need a valid token).
   std::string issueAccessToken();
 

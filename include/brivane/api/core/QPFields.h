@@ -25,6 +25,7 @@ enum class QPParamEncoding {
   LocalTime,  ///< "HHmmss" in local time
   Double,     ///< through `convertDouble`: never sent
   Criteria,   ///< a dictionary as the criteria list, see `fields::criteriaParam`
+  NotSent,    ///< held by the request (and settable by name) but never written to its parameters
 };
 
 /// Field conversions shared by every request, response and model class.
@@ -213,7 +214,8 @@ class QPFieldList {
           return C::assign(static_cast<Derived&>(owner).*member, value, why);
         },
         [member](const Owner& owner) { return C::print(static_cast<const Derived&>(owner).*member); },
-        [member, encoding](const Owner& owner) {
+        [member, encoding](const Owner& owner) -> std::optional<boost::json::value> {
+          if (encoding == QPParamEncoding::NotSent) return std::nullopt;
           return C::param(static_cast<const Derived&>(owner).*member, encoding);
         },
         [member](Owner& owner, std::string_view text, std::string* why) {
