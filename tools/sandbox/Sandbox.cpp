@@ -427,6 +427,14 @@ bool Sandbox::completeAuthorizationAsShopper(const std::string& token, bool appr
   return true;
 }
 
+std::int64_t Sandbox::balance(const std::string& accno) const {
+  std::lock_guard lock(state_->mutex);
+  std::int64_t sum = 0;
+  for (const LedgerEntry& entry : state_->store.ledger)
+    if (entry.accno == accno) sum += entry.amount;
+  return sum;
+}
+
 std::string Sandbox::issueAccessToken() {
   return state_->issueTokens(state_->options.userName).first;
 }

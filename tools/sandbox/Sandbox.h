@@ -66,6 +66,9 @@ class Sandbox {
   /// token the sandbox never issued.
   bool completeAuthorizationAsShopper(const std::string& token, bool approve = true);
 
+  /// The sum of an account's ledger entries in minor units (cents); 0 for an unknown account.
+  std::int64_t balance(const std::string& accno) const;
+
   /// Issues a token pair as the password grant would (for tests that need a valid token).
   std::string issueAccessToken();
 

@@ -140,8 +140,10 @@ TEST_F(PaymentFlow, TwoStepPaymentFromOpeningToCapture) {
   EXPECT_EQ(info.country, "Austria");
   EXPECT_EQ(info.initiatorName, "Brivane Sandbox Shop");
 
+  const std::int64_t programBefore = client.sandbox.balance("9000000001");
   auto captured = capture(*init.uniqueReference, "10", "EUR");  // lower than authorized
   ASSERT_FALSE(captured.error) << captured.error->toString();
+  EXPECT_EQ(client.sandbox.balance("9000000001") - programBefore, 1000);  // cents
   EXPECT_EQ(captured.response->statusCode, "CAPTURED");
   EXPECT_EQ(captured.response->processedAmount, QPNumber(10));
   EXPECT_EQ(captured.response->initiatorAccno, "9000000001");
@@ -168,7 +170,9 @@ TEST_F(PaymentFlow, OneStepPaymentsAndLmCompletion) {
   request->presentationAmount = QPNumber(25);
   request->presentationCurrCode = "EUR";
   request->carrierNumber = kApprovedCard;
+  const std::int64_t before = client.sandbox.balance("1000000002");
   auto paid = run<QPPayToAccountResponse>([&](auto done) { api().payToAccount(request, done); });
+  EXPECT_EQ(client.sandbox.balance("1000000002") - before, 2500);
   ASSERT_FALSE(paid.error) << paid.error->toString();
   EXPECT_EQ(paid.response->statusCode, "PAID");
   EXPECT_EQ(paid.response->accno, "1000000002");
@@ -312,6 +316,79 @@ TEST_F(PaymentFlow, WireOfEachOperation) {
   boost::json::value captureBody =
       boost::json::parse(client.sandbox.lastBody("/payment/" + reference + "/capture"));
   EXPECT_EQ(captureBody.at("modifiedAmount"), "0.5");
+}
+
+// The body keys of the other operations, as the sandbox received them.
+TEST_F(PaymentFlow, BodyKeysOfTheOtherOperations) {
+  auto base = [](std::vector<std::string> own) {
+    own.insert(own.begin(), {"localDate", "localTime"});
+    own.insert(own.end(), {"partnerReference", "programCode"});
+    return own;
+  };
+  auto oneStep = [](auto request) {
+    request->presentationAmount = QPNumber(2);
+    request->presentationCurrCode = "EUR";
+    request->carrierNumber = kApprovedCard;
+    request->clientIpAddress = "203.0.113.9";
+    return request;
+  };
+  const std::string reference = openCompletedByShopper();
+  struct Case {
+    const char* name;
+    std::function<std::optional<QPError>()> call;
+    std::string path;
+    std::vector<std::string> keys;
+  };
+  const Case cases[] = {
+      {"authorize",
+       [&] {
+         auto request = oneStep(std::make_shared<QPAuthorizeRequest>());
+         return run<QPAuthorizeResponse>([&](auto done) { api().authorize(request, done); }).error;
+       },
+       "/payment/authorize",
+       base({"savePaymentDetails", "presentationAmount", "presentationCurrCode", "carrierNumber",
+             "useDifferentBillingAddress", "clientIpAddress"})},
+      {"payToAccount",
+       [&] {
+         auto request = oneStep(std::make_shared<QPPayToAccountRequest>());
+         request->accno = "1000000002";
+         return run<QPPayToAccountResponse>([&](auto done) { api().payToAccount(request, done); }).error;
+       },
+       "/payment/payToAccount",
+       base({"accno", "savePaymentDetails", "presentationAmount", "presentationCurrCode", "carrierNumber",
+             "useDifferentBillingAddress", "clientIpAddress"})},
+      {"completeAuthorize",
+       [&] {
+         auto request = std::make_shared<QPCompleteAuthorizeRequest>();
+         request->authorizationToken = token;
+         request->useDifferentBillingAddress = true;
+         request->addr3 = "Stiege 2";
+         request->criteria = boost::json::object{{"k", "v"}};
+         return run<QPCompleteAuthorizeResponse>(
+                    [&](auto done) { api().completeAuthorize(request, reference, done); })
+             .error;
+       },
+       "/payment/" + reference + "/completeAuthorize",
+       base({"authorizationToken", "useDifferentBillingAddress", "addr3", "criteria"})},
+      {"cancel",
+       [&] {
+         auto request = std::make_shared<QPCancelRequest>();
+         request->custom2 = "c2";
+         return run<QPCancelResponse>([&](auto done) { api().cancel(request, reference, done); }).error;
+       },
+       "/payment/" + reference + "/cancel", base({"custom2"})},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::optional<QPError> error = c.call();
+    ASSERT_FALSE(error) << error->toString();
+    EXPECT_THAT(bodyKeys(client.sandbox.lastBody(c.path)), ElementsAreArray(c.keys));
+    EXPECT_EQ(client.sandbox.lastHeader(c.path, "X-Ip-Address"), "");
+  }
+  const boost::json::value complete =
+      boost::json::parse(client.sandbox.lastBody("/payment/" + reference + "/completeAuthorize"));
+  EXPECT_EQ(complete.at("useDifferentBillingAddress"), "true");
+  EXPECT_EQ(complete.at("criteria"), boost::json::parse(R"([{"name": "k", "value": "v"}])"));
 }
 
 TEST_F(PaymentFlow, NilArgumentsAreClientErrorsAndNothingIsSent) {
