@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cmath>
 
 #include "sandbox/SandboxState.h"
 
@@ -34,9 +35,15 @@ bool isDetail(std::string_view key) {
 // zero, a negative amount or more than two decimals.
 std::optional<std::int64_t> minorUnits(const json::value* value) {
   if (value == nullptr) return std::nullopt;
-  std::string text = value->is_string()   ? std::string(value->get_string())
-                     : value->is_number() ? json::serialize(*value)
-                                          : std::string();
+  if (value->is_double()) {  // a JSON number from another client: whole cents only
+    const double cents = std::round(value->get_double() * 100.0);
+    if (std::abs(cents - value->get_double() * 100.0) > 1e-6 || cents <= 0 || cents > 1e14)
+      return std::nullopt;
+    return static_cast<std::int64_t>(cents);
+  }
+  std::string text = value->is_string()                        ? std::string(value->get_string())
+                     : value->is_int64() || value->is_uint64() ? json::serialize(*value)
+                                                               : std::string();
   const std::size_t dot = text.find('.');
   std::string whole = text.substr(0, dot);
   std::string fraction = dot == std::string::npos ? "" : text.substr(dot + 1);
