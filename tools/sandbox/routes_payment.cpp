@@ -16,6 +16,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 
 #include "sandbox/SandboxState.h"
 

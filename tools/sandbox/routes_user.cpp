@@ -5,6 +5,7 @@
 // 2106 not an e-mail address, 2107 address already in use, 2108 not one of the user's addresses.
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 
 #include "sandbox/SandboxState.h"
 
