@@ -98,6 +98,59 @@ TEST_F(BrivaneTool, UsageErrorsExitTwo) {
   }
 }
 
+TEST_F(BrivaneTool, CallRunsUserAndPaymentOperationsWithInitialiserFieldsByName) {
+  struct Case {
+    const char* arguments;
+    int status;
+    const char* expect;  // a key and value of the response, or the error's code
+  };
+  const Case cases[] = {
+      {"call user changePassword --userId demo@brivane.test --set oldPass=Demo-Pass-1 --set "
+       "newPass=New-Pass-11",
+       0, "responseCode=0000"},
+      {"call user changePassword --userId demo@brivane.test --set oldPass=wrong --set newPass=New-Pass-11", 1,
+       "code=2102"},
+      {"call user createSecondaryEmail --userId demo@brivane.test --set emailAddress=x@example.test", 0,
+       "responseCode=0000"},
+      {"call user checkUserUniqueness --userId second@brivane.test", 0, "found=true"},
+      {"call user validatePassword --set password=short", 1, "code=2103"},
+      {"call payment initAuthorize --set presentationAmount=5 --set presentationCurrCode=EUR "
+       "--set ipAddr=203.0.113.7",
+       0, "statusCode=INITIATED"},
+      {"call payment authorize --set presentationAmount=5 --set presentationCurrCode=EUR "
+       "--set carrierNumber=4111111111111111",
+       0, "statusCode=AUTHORIZED"},
+      {"call payment lmCompleteAuthorize --uniqueReference PAYnone --set depositReference=D1", 1,
+       "code=6101"},
+      {"call payment capture", 1, "code=1"},  // no --uniqueReference: the SDK's own check
+  };
+  for (const Case& c : cases) {
+    Outcome call = run(c.arguments);
+    ASSERT_EQ(call.status, c.status) << c.arguments << "\n" << call.out;
+    boost::json::value printed = boost::json::parse(call.out);
+    const std::string expect(c.expect);
+    const std::string key = expect.substr(0, expect.find('='));
+    const std::string value = expect.substr(expect.find('=') + 1);
+    const boost::json::value& field =
+        c.status == 0 ? printed.at("response").at(key) : printed.at("error").at(key);
+    EXPECT_EQ(field.is_string() ? std::string(field.as_string()) : boost::json::serialize(field), value)
+        << c.arguments;
+  }
+}
+
+TEST_F(BrivaneTool, FieldsARequestDoesNotHaveAreUsageErrors) {
+  for (const char* arguments : {"call user changePassword --userId u --set password=x",
+                                "call user sendPasswordResetCode --userId u --set a=b",
+                                "call payment initAuthorize --set clientIpAddress=1.2.3.4",
+                                "call payment initAuthorize --set carrierNumber=1",
+                                "call payment payToAccount --set identification=x",
+                                "call payment capture --uniqueReference R --set modifiedAmount=abc",
+                                "call payment completeAuthorize --uniqueReference R --set accno=1",
+                                "call user validatePassword --userId u"}) {
+    EXPECT_EQ(run(arguments).status, 2) << arguments;
+  }
+}
+
 TEST_F(BrivaneTool, StandaloneSandboxServesUntilTerminated) {
   int fds[2];
   ASSERT_EQ(pipe(fds), 0);

@@ -27,8 +27,11 @@ void printUsage(std::FILE* out) {
       out);
   for (const Operation& operation : operations()) {
     std::string line = "  " + operation.family + " " + operation.name;
-    if (operation.hasRequest) line += " [--set FIELD=VALUE]...";
     for (const std::string& name : operation.argumentNames) line += " --" + name + " VALUE";
+    if (!operation.fieldNames.empty()) {
+      line += " [--set FIELD=VALUE]...\n      fields:";
+      for (const std::string& field : operation.fieldNames) line += " " + field;
+    }
     std::fprintf(out, "%s\n", line.c_str());
   }
 }

@@ -29,7 +29,8 @@ namespace {
 std::vector<Operation> buildOperations() {
   std::vector<Operation> list;
 
-  Operation password{"auth", "getAccessTokenWithUserName", {"userName", "password", "grantType"}, false, {}};
+  Operation password{"auth", "getAccessTokenWithUserName", {"userName", "password", "grantType"}, false, {},
+                     {}};
   password.start = [](const QPApiProvider& provider, const CallInput& input,
                       std::function<void(CallOutcome)> done, std::string*) {
     provider.authenticationAPI()->getAccessTokenWithUserName(
@@ -39,7 +40,7 @@ std::vector<Operation> buildOperations() {
   };
   list.push_back(std::move(password));
 
-  Operation refresh{"auth", "getRefreshTokenWithToken", {"token", "grantType"}, false, {}};
+  Operation refresh{"auth", "getRefreshTokenWithToken", {"token", "grantType"}, false, {}, {}};
   refresh.start = [](const QPApiProvider& provider, const CallInput& input,
                      std::function<void(CallOutcome)> done, std::string*) {
     provider.authenticationAPI()->getRefreshTokenWithToken(argument(input, "token"),

@@ -32,6 +32,7 @@ struct Operation {
   std::string name;
   std::vector<std::string> argumentNames;  ///< the --NAME arguments besides the request
   bool hasRequest = false;
+  std::vector<std::string> fieldNames;  ///< the request's fields that --set takes, in table order
   std::function<bool(const QPApiProvider&, const CallInput&, std::function<void(CallOutcome)>, std::string*)>
       start;
 };

@@ -58,6 +58,22 @@ std::map<std::string, std::string> parseRawForm(const std::string& body) {
   return fields;
 }
 
+std::optional<std::string> textParam(const json::object& params, const char* key) {
+  if (const json::value* value = params.if_contains(key); value != nullptr && value->is_string())
+    return std::string(value->get_string());
+  return std::nullopt;
+}
+
+httplib::Server::Handler admitted(Sandbox::State& state, AdmittedHandler handler) {
+  return [&state, handler](const httplib::Request& req, httplib::Response& res) {
+    auto params = state.admit(req, res);
+    if (!params) return;
+    const std::string id = req.matches.size() > 1 ? req.matches[1].str() : std::string();
+    std::lock_guard lock(state.mutex);
+    handler(state, *params, id, req, res);
+  };
+}
+
 namespace {
 
 // Ends the keep-alive connections that this process accepted on `port`: the server would
@@ -202,17 +218,12 @@ std::optional<json::object> Sandbox::State::admit(const httplib::Request& req, h
     sendPlatformError(res, 401, "4001", "The access token is missing, unknown or expired.");
     return std::nullopt;
   }
-  auto text = [&](const char* key) -> std::optional<std::string> {
-    if (const json::value* value = params.if_contains(key); value != nullptr && value->is_string())
-      return std::string(value->get_string());
-    return std::nullopt;
-  };
-  std::optional<std::string> reference = text("partnerReference");
+  std::optional<std::string> reference = textParam(params, "partnerReference");
   if (!reference || reference->empty()) {
     sendPlatformError(res, 400, "4002", "The 'partnerReference' parameter is missing.");
     return std::nullopt;
   }
-  std::optional<std::string> program = text("programCode");
+  std::optional<std::string> program = textParam(params, "programCode");
   if (!program) {
     sendPlatformError(res, 400, "4003", "The 'programCode' parameter is missing.");
     return std::nullopt;
@@ -407,17 +418,25 @@ void Sandbox::clearFaults() {
   state_->faults.clear();
 }
 
-std::string Sandbox::issueAccessToken() {
-  return state_->issueTokens(state_->options.userName).first;
-}
-
 bool Sandbox::completeAuthorizationAsShopper(const std::string& token, bool approve) {
   std::lock_guard lock(state_->mutex);
   auto it = state_->store.authorizations.find(token);
   if (it == state_->store.authorizations.end()) return false;
-  it->second.completedByShopper = approve;
+  it->second.completedByShopper = true;
   it->second.declined = !approve;
   return true;
+}
+
+std::int64_t Sandbox::balance(const std::string& accno) const {
+  std::lock_guard lock(state_->mutex);
+  std::int64_t sum = 0;
+  for (const LedgerEntry& entry : state_->store.ledger)
+    if (entry.accno == accno) sum += entry.amount;
+  return sum;
+}
+
+std::string Sandbox::issueAccessToken() {
+  return state_->issueTokens(state_->options.userName).first;
 }
 
 std::string Sandbox::lastBody(const std::string& path) const {

@@ -61,12 +61,16 @@ class Sandbox {
   /// Forgets all pending faults.
   void clearFaults();
 
+  /// Marks the payment page rendered with `token` as finished by the shopper, approved or
+  /// declined, as the stand-in provider pages do (for tests and the journey demo). False for a
+  /// token the sandbox never issued.
+  bool completeAuthorizationAsShopper(const std::string& token, bool approve = true);
+
+  /// The sum of an account's ledger entries in minor units (cents); 0 for an unknown account.
+  std::int64_t balance(const std::string& accno) const;
+
   /// Issues a token pair as the password grant would (for tests that need a valid token).
   std::string issueAccessToken();
-
-  /// Marks the payment page of `token` finished by the shopper, as the provider pages do:
-  /// approved, or declined when `approve` is false. False for an unknown token.
-  bool completeAuthorizationAsShopper(const std::string& token, bool approve = true);
 
   /// The raw body and query string of the last request to `path` ("" when none came).
   std::string lastBody(const std::string& path) const;

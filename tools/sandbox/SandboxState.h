@@ -94,6 +94,19 @@ struct Sandbox::State {
   bool bind();
 };
 
+/// A text parameter of a call; nil when absent or not a text.
+std::optional<std::string> textParam(const json::object& params, const char* key);
+
+/// A REST handler that runs once `admit` has let the call in, with the state's mutex held: the
+/// call's parameters, the route's first path identifier ("" when the route has none), the answer.
+using AdmittedHandler = void (*)(Sandbox::State& state, const json::object& params, const std::string& id,
+                                 const httplib::Request& req, httplib::Response& res);
+/// The server handler that admits the call and then runs `handler` under the lock.
+httplib::Server::Handler admitted(Sandbox::State& state, AdmittedHandler handler);
+
+/// The English name of a country of the sandbox's reference data ("" for an unknown code).
+std::string countryNameOf(const std::string& code);
+
 // Each family's routes, registered by `Sandbox::State::configure`.
 void registerAuthRoutes(Sandbox::State& state);
 void registerSettingsRoutes(Sandbox::State& state);

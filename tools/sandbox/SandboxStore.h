@@ -124,7 +124,9 @@ struct Store {
   std::map<std::string, Payment> payments;                    ///< by uniqueReference
   std::vector<LedgerEntry> ledger;
   std::vector<OutboxMessage> outbox;
-  std::map<std::string, Authorization> authorizations;  ///< by token
+  std::map<std::string, Authorization> authorizations;    ///< by token
+  std::map<std::string, std::string> mainEmails;          ///< userId → main e-mail, when not the user id
+  std::map<std::string, std::string> passwordResetCodes;  ///< userId → the last code sent, until used
   std::uint64_t nextSequence = 1;
 };
 

@@ -57,6 +57,12 @@ void handleFinancialInstitution(Sandbox::State& state, const httplib::Request& r
 
 }  // namespace
 
+std::string countryNameOf(const std::string& code) {
+  for (const Country& country : kCountries)
+    if (code == country.code) return country.name;
+  return std::string();
+}
+
 void registerSettingsRoutes(Sandbox::State& state) {
   state.server.Get("/settings/country", [&state](const httplib::Request& req, httplib::Response& res) {
     handleCountries(state, req, res);

@@ -27,6 +27,7 @@ enum class QPParamEncoding {
   Criteria,   ///< a dictionary as the criteria list, see `fields::criteriaParam`
   OmitZero,   ///< integers as decimal text, left out when 0 (0 means "not given")
   AsIs,       ///< numbers as the JSON numbers they are, not as text
+  NotSent,    ///< held by the request (and settable by name) but never written to its parameters
 };
 
 /// Field conversions shared by every request, response and model class.
@@ -263,7 +264,8 @@ class QPFieldList {
           return C::assign(static_cast<Derived&>(owner).*member, value, why);
         },
         [member](const Owner& owner) { return C::print(static_cast<const Derived&>(owner).*member); },
-        [member, encoding](const Owner& owner) {
+        [member, encoding](const Owner& owner) -> std::optional<boost::json::value> {
+          if (encoding == QPParamEncoding::NotSent) return std::nullopt;
           return C::param(static_cast<const Derived&>(owner).*member, encoding);
         },
         [member](Owner& owner, std::string_view text, std::string* why) {

@@ -1,0 +1,137 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "brivane/api/core/QPNumber.h"
+#include "brivane/api/core/QPRequestBase.h"
+#include "brivane/api/core/QPResponseBase.h"
+
+namespace brivane {
+
+/// Asks the platform to send the user a password-reset code; only the base parameters are sent.
+class QPSendPasswordResetCodeRequest : public QPRequestBase {};
+
+/// Changes a user's password: "oldPassword" and "newPassword". The fields are set only by the
+/// constructor; a nil field leaves its key out.
+class QPChangePasswordRequest : public QPRequestBase {
+ public:
+  QPChangePasswordRequest() = default;
+  QPChangePasswordRequest(std::optional<std::string> oldPassword, std::optional<std::string> newPassword);
+  const QPFieldList<QPRequestBase>& fieldList() const override;
+
+ private:
+  std::optional<std::string> oldPass_;
+  std::optional<std::string> newPass_;
+};
+
+/// Checks a password against the platform's policy: "password".
+class QPValidatePasswordRequest : public QPRequestBase {
+ public:
+  QPValidatePasswordRequest() = default;
+  explicit QPValidatePasswordRequest(std::optional<std::string> password);
+  const QPFieldList<QPRequestBase>& fieldList() const override;
+
+ private:
+  std::optional<std::string> password_;
+};
+
+/// Asks whether a user id is already known; only the base parameters are sent (as query items).
+class QPCheckUserUniquenessRequest : public QPRequestBase {};
+
+/// Asks for a user's secondary e-mail addresses; only the base parameters are sent.
+class QPGetSecondaryEmailsRequest : public QPRequestBase {};
+
+/// Adds a secondary e-mail address: "emailAddress".
+class QPCreateSecondaryEmailRequest : public QPRequestBase {
+ public:
+  QPCreateSecondaryEmailRequest() = default;
+  explicit QPCreateSecondaryEmailRequest(std::optional<std::string> emailAddress);
+  const QPFieldList<QPRequestBase>& fieldList() const override;
+
+ private:
+  std::optional<std::string> emailAddress_;
+};
+
+/// Replaces a secondary e-mail address: "oldEmailAddress" and "newEmailAddress".
+class QPEditSecondaryEmailRequest : public QPRequestBase {
+ public:
+  QPEditSecondaryEmailRequest() = default;
+  QPEditSecondaryEmailRequest(std::optional<std::string> oldEmailAddress,
+                              std::optional<std::string> newEmailAddress);
+  const QPFieldList<QPRequestBase>& fieldList() const override;
+
+ private:
+  std::optional<std::string> oldEmailAddress_;
+  std::optional<std::string> newEmailAddress_;
+};
+
+/// Removes a secondary e-mail address: "emailAddress", sent in the body of a DELETE.
+class QPDeleteSecondaryEmailRequest : public QPRequestBase {
+ public:
+  QPDeleteSecondaryEmailRequest() = default;
+  explicit QPDeleteSecondaryEmailRequest(std::optional<std::string> emailAddress);
+  const QPFieldList<QPRequestBase>& fieldList() const override;
+
+ private:
+  std::optional<std::string> emailAddress_;
+};
+
+/// Makes one of the user's addresses the main one: "emailAddress".
+class QPSetMainEmailRequest : public QPRequestBase {
+ public:
+  QPSetMainEmailRequest() = default;
+  explicit QPSetMainEmailRequest(std::optional<std::string> emailAddress);
+  const QPFieldList<QPRequestBase>& fieldList() const override;
+
+ private:
+  std::optional<std::string> emailAddress_;
+};
+
+/// The answer to a password-reset code request: the common fields only.
+class QPSendPasswordResetCodeResponse : public QPResponseBase {};
+
+/// Whether the user id is already known ("found").
+class QPCheckUserUniquenessResponse : public QPResponseBase {
+ public:
+  const QPFieldList<QPResponseBase>& fieldList() const override;
+
+  /// The raw boxed value of "found"; nil when the answer had none.
+  std::optional<QPNumber> getIsFound() const { return found_; }
+  /// False when nil, otherwise the value's truth.
+  bool found() const { return found_ && found_->boolValue(); }
+  void setFound(std::optional<QPNumber> value) { found_ = std::move(value); }
+
+ private:
+  std::optional<QPNumber> found_;
+};
+
+/// One secondary e-mail address of a user.
+class QPSecondaryEmailModel : public QPModel {
+ public:
+  const QPFieldList<QPModel>& fieldList() const override;
+  const char* className() const override { return "QPSecondaryEmailModel"; }
+
+  std::optional<std::string> emailAddress;
+
+  /// The raw boxed value of "isEmailVerified"; nil when the element had none.
+  std::optional<QPNumber> getIsEmailVerified() const { return isEmailVerified_; }
+  /// False when nil, otherwise the value's truth.
+  bool isEmailVerified() const { return isEmailVerified_ && isEmailVerified_->boolValue(); }
+  void setIsEmailVerified(std::optional<QPNumber> value) { isEmailVerified_ = std::move(value); }
+
+ private:
+  std::optional<QPNumber> isEmailVerified_;
+};
+
+/// A user's secondary e-mail addresses ("secondaryEmails"); nil when the answer had no list.
+class QPGetSecondaryEmailsResponse : public QPResponseBase {
+ public:
+  const QPFieldList<QPResponseBase>& fieldList() const override;
+
+  std::optional<std::vector<std::shared_ptr<QPSecondaryEmailModel>>> secondaryEmails;
+};
+
+}  // namespace brivane
