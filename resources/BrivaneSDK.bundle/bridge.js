@@ -26,6 +26,29 @@
     var notice = document.getElementById("qp-load-error");
     if (notice) notice.style.display = "block";
   };
+  // The desktop has no on-screen keyboard: the form shows its toolbar while an input of the
+  // page (or of the form-service frame, see qpFrameKeyboard) has the focus.
+  var keyboardShown = false;
+  function isTextInput(node) {
+    if (!node) return false;
+    if (node.tagName === "TEXTAREA" || node.tagName === "SELECT") return true;
+    return node.tagName === "INPUT" && !/^(checkbox|radio|button|submit|reset|hidden|image)$/i.test(node.type);
+  }
+  window.qpFrameKeyboard = false;
+  window.qpSetKeyboard = function (shown) {
+    shown = !!shown;
+    if (shown === keyboardShown) return;
+    keyboardShown = shown;
+    post("qp_keyboard", shown);
+  };
+  function checkKeyboard() {
+    setTimeout(function () {
+      var active = document.activeElement;
+      window.qpSetKeyboard(isTextInput(active) || (!!active && active.tagName === "IFRAME" && window.qpFrameKeyboard));
+    }, 0);
+  }
+  document.addEventListener("focusin", checkKeyboard, true);
+  document.addEventListener("focusout", checkKeyboard, true);
   if (!window.$) {
     window.$ = function (target) {
       var nodes = typeof target === "string" ? Array.prototype.slice.call(document.querySelectorAll(target)) : [target];
