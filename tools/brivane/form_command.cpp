@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <glib.h>
 #include <glibmm/main.h>
 #include <gtkmm/application.h>
 #include <gtkmm/window.h>
@@ -18,7 +19,9 @@
 #include "brivane/form/QPPaymentForm.h"
 #include "brivane/form/style/QPFormStyleJSON.h"
 #include "brivane/options.h"
+#include "form/CustomWebView.h"
 #include "sandbox/Sandbox.h"
+#include "sandbox/Shopper.h"
 
 namespace brivane::cli {
 namespace {
@@ -43,9 +46,14 @@ constexpr const char* kFormUsage =
     "  --deployment URL     render: point the deployment values at this server instead of\n"
     "                       production (show always uses the sandbox)\n"
     "  --seconds S          show: close the window after S seconds\n"
+    "  --shopper MODE       show: a scripted shopper fills and submits the stand-in page:\n"
+    "                       approve, decline, 3ds (the challenge card and its code) or cancel;\n"
+    "                       exits 0 on success, 1 on an error or cancel (60 s at most unless\n"
+    "                       --seconds says otherwise)\n"
     "\n"
     "show fills a missing --api-url with the sandbox's form service and a missing --redirect\n"
-    "with the sandbox's return page, and prints the form's callbacks and script messages.\n";
+    "with the sandbox's return page, turns a PayU token that is no URL into the sandbox's PayU\n"
+    "page for that order, and prints the form's callbacks and script messages.\n";
 
 int usageError(const std::string& message) {
   std::fprintf(stderr, "brivane form: %s\n\n%s", message.c_str(), kFormUsage);
@@ -77,13 +85,14 @@ struct FormRequest {
   std::shared_ptr<QPFormStyle> style;
   std::optional<std::string> deploymentBase;
   int seconds = 0;
+  std::optional<sandbox::ShopperMode> shopper;
 };
 
 // Fills `request` from the options; a usage error's message, or nil.
 std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest* request) {
   static const std::vector<std::string> known = {"provider",      "options",  "token",   "mode",
                                                  "provider-mode", "redirect", "api-url", "style",
-                                                 "deployment",    "seconds"};
+                                                 "deployment",    "seconds",  "shopper"};
   for (const auto& [name, value] : parsed.named) {
     if (std::find(known.begin(), known.end(), name) == known.end()) return "unknown option --" + name;
   }
@@ -109,6 +118,10 @@ std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest*
   if (auto codes = parsed.value("options")) request->options = splitCodes(*codes);
   request->token = parsed.value("token");
   request->deploymentBase = parsed.value("deployment");
+  if (auto mode = parsed.value("shopper")) {
+    request->shopper = sandbox::parseShopperMode(*mode);
+    if (!request->shopper) return "--shopper needs approve, decline, 3ds or cancel";
+  }
   if (auto file = parsed.value("style")) {
     QPFormStyleLoadResult loaded = formStyleFromJSONFile(*file);
     if (!loaded.ok()) return "--style: " + loaded.error;
@@ -142,6 +155,13 @@ int render(const FormRequest& request) {
   return 0;
 }
 
+std::string escapedQueryValue(const std::string& value) {
+  gchar* escaped = g_uri_escape_string(value.c_str(), nullptr, FALSE);
+  std::string result = escaped;
+  g_free(escaped);
+  return result;
+}
+
 void printLine(const std::string& line) {
   std::cout << line << std::endl;
 }
@@ -165,12 +185,30 @@ int show(FormRequest request) {
   const std::string base = sandbox.baseUrl();
   if (defaultApiURL) configuration.apiURL = base + "/providers/formservice/";
   if (defaultRedirect) configuration.redirectURL = base + "/providers/return";
+  // PayU: a token that is no URL names an order on the sandbox's PayU page.
+  const bool payU = request.options && std::find(request.options->begin(), request.options->end(), "PAYU") !=
+                                           request.options->end();
+  if (payU && request.token && !request.token->starts_with("http")) {
+    const std::string order = *request.token;
+    request.token = base + "/providers/payu/pay?orderId=" + order + "&token=" + order +
+                    "&continueUrl=" + escapedQueryValue(*configuration.redirectURL);
+  }
   printLine("sandbox: " + base);
 
+  // With a scripted shopper the outcome decides the exit code: 0 success, 1 error or cancel.
   int status = 0;
+  bool ended = false;
   auto app = Gtk::Application::create("com.brivane.FormShow", Gio::Application::Flags::NON_UNIQUE);
   std::unique_ptr<Gtk::Window> window;
   std::unique_ptr<QPPaymentForm> form;
+  std::optional<sandbox::ShopperMode> shopper = request.shopper;
+  auto end = [&](int code) {
+    if (!shopper || ended) return;
+    ended = true;
+    status = code;
+    // Let the page settle (a second outcome would show here), then close.
+    Glib::signal_timeout().connect_once([&app] { app->quit(); }, 500);
+  };
   app->signal_activate().connect([&] {
     window = std::make_unique<Gtk::Window>();
     window->set_title("Brivane payment form");
@@ -184,14 +222,19 @@ int show(FormRequest request) {
     form->setRedirectURL(configuration.redirectURL);
     form->setApiURL(configuration.apiURL);
     form->setOnFormLoaded([] { printLine("loaded"); });
-    form->setOnSuccessCallback([](const std::optional<std::string>& code, const std::string& token,
-                                  const std::optional<std::string>& payload) {
+    form->setOnSuccessCallback([&end](const std::optional<std::string>& code, const std::string& token,
+                                      const std::optional<std::string>& payload) {
       printLine("success " + code.value_or("(nil)") + " " + token + " " + payload.value_or("(nil)"));
+      end(0);
     });
-    form->setOnError(
-        [](const boost::json::value& error) { printLine("error " + boost::json::serialize(error)); });
-    form->setOnCancel(
-        [](const std::optional<std::string>& message) { printLine("cancel " + message.value_or("(nil)")); });
+    form->setOnError([&end](const boost::json::value& error) {
+      printLine("error " + boost::json::serialize(error));
+      end(1);
+    });
+    form->setOnCancel([&end](const std::optional<std::string>& message) {
+      printLine("cancel " + message.value_or("(nil)"));
+      end(1);
+    });
     form->setScriptMessageObserver([](const std::string& name, const boost::json::value& body) {
       printLine("message " + name + " " + boost::json::serialize(body));
     });
@@ -206,9 +249,42 @@ int show(FormRequest request) {
       app->quit();
       return;
     }
-    if (request.seconds > 0) {
-      Glib::signal_timeout().connect_seconds_once([&app] { app->quit(); },
-                                                  static_cast<unsigned>(request.seconds));
+    if (shopper) {
+      const std::string step = sandbox::shopperStepScript(*shopper);
+      const bool canCancel = request.options && !request.options->empty() &&
+                             request.options->front() == "PAYPAL" &&
+                             configuration.paymentProvider == QPPaymentProviderPayPal;
+      Glib::signal_timeout().connect(
+          [&, step, canCancel] {
+            if (ended) return false;
+            if (!form->isWebViewLoaded()) return true;
+            if (*shopper == sandbox::ShopperMode::Cancel && !canCancel) {
+              printLine("shopper: closed the form (this provider offers no cancel)");
+              printLine("cancel (nil)");
+              end(1);
+              return false;
+            }
+            form->webView().evaluate(
+                step, [](const std::optional<boost::json::value>& done, const std::optional<std::string>&) {
+                  if (done && done->is_string() && !done->get_string().empty()) {
+                    printLine("shopper: " + std::string(done->get_string()));
+                  }
+                });
+            return true;
+          },
+          400);
+    }
+    const int seconds = request.seconds > 0 ? request.seconds : (shopper ? 60 : 0);
+    if (seconds > 0) {
+      Glib::signal_timeout().connect_seconds_once(
+          [&app, &status, &ended, &shopper] {
+            if (shopper && !ended) {
+              printLine("timeout: no outcome");
+              status = 1;
+            }
+            app->quit();
+          },
+          static_cast<unsigned>(seconds));
     }
   });
   app->run(0, nullptr);
