@@ -272,7 +272,10 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
       isAlreadySubmitted = false;
       later([](Impl& self) { self.removeActivityInd(); });
     } else if (name == "ios_showLoading") {
-      later([](Impl& self) { self.addActivityInd(); });
+      // Once the form has ended nothing would take a late indicator away again.
+      later([](Impl& self) {
+        if (!self.isFormFinished) self.addActivityInd();
+      });
     } else if (name == "ios_postParam") {
       formPostParam = body;
     } else if (name == "ObjC_onError") {
@@ -642,16 +645,17 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     }
   }
 
-  void didFailNavigation(const GError* error) {
+  // Whether the failure was reported (a load replaced by another one is no failure).
+  bool didFailNavigation(const GError* error) {
     currentLoadFailed = true;
     removeActivityInd();
-    // A load replaced by another one (a new render, a redirect) is not a failure.
     if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED) ||
         g_error_matches(error, WEBKIT_POLICY_ERROR,
                         WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE)) {
-      return;
+      return false;
     }
     reportError(boost::json::string(error != nullptr ? error->message : "The page could not be loaded."));
+    return true;
   }
 
   void didFailWithTLSErrors(const char* uri) {
@@ -792,8 +796,9 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPo
 }
 
 gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer data) {
-  static_cast<Impl*>(data)->didFailNavigation(error);
-  return FALSE;
+  // A reported failure is handled here: the engine's own error page would be a second load
+  // that finishes, and the host has the text already.
+  return static_cast<Impl*>(data)->didFailNavigation(error) ? TRUE : FALSE;
 }
 
 gboolean onLoadFailedWithTLSErrors(WebKitWebView*, gchar* uri, GTlsCertificate*, GTlsCertificateFlags,

@@ -18,6 +18,7 @@
 #include "brivane/form/style/QPFormStyleJSON.h"
 #include "brivane/util/QPUtils.h"
 #include "form/CustomWebView.h"
+#include "form/FormTestSupport.h"
 #include "sandbox/SandboxState.h"
 
 namespace brivane {
@@ -25,44 +26,9 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// Runs the main loop until `done` holds or `seconds` pass; whether `done` held.
-bool pumpUntil(const std::function<bool()>& done, double seconds) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
-}
-
-void pumpFor(double seconds) {
-  pumpUntil([] { return false; }, seconds);
-}
-
-// A loopback server with the stand-in provider pages, served from its own thread.
-class ProviderServer {
- public:
-  explicit ProviderServer(std::unique_ptr<httplib::Server> server = std::make_unique<httplib::Server>())
-      : server_(std::move(server)) {
-    server_->set_tcp_nodelay(true);
-    port_ = server_->bind_to_any_port("127.0.0.1");
-    sandbox::registerProviderPages(*server_, baseUrl(), nullptr);
-    thread_ = std::thread([this] { server_->listen_after_bind(); });
-    while (!server_->is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  ~ProviderServer() {
-    server_->stop();
-    thread_.join();
-  }
-  std::string baseUrl(const std::string& scheme = "http") const {
-    return scheme + "://127.0.0.1:" + std::to_string(port_);
-  }
-
- private:
-  std::unique_ptr<httplib::Server> server_;
-  int port_ = 0;
-  std::thread thread_;
-};
+using formtest::ProviderServer;
+using formtest::pumpFor;
+using formtest::pumpUntil;
 
 // A loopback address where nothing listens.
 const std::string kDeadBase = "http://127.0.0.1:1";
