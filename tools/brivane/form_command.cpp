@@ -9,6 +9,7 @@
 
 #include <glib.h>
 #include <glibmm/main.h>
+#include <gtk/gtk.h>
 #include <gtkmm/application.h>
 #include <gtkmm/window.h>
 
@@ -46,6 +47,9 @@ constexpr const char* kFormUsage =
     "  --deployment URL     render: point the deployment values at this server instead of\n"
     "                       production (show always uses the sandbox)\n"
     "  --seconds S          show: close the window after S seconds\n"
+    "  --size WxH           show: the window's size in pixels (default 420x640)\n"
+    "  --screenshot FILE    show: write the window as PNG 1.5 s after the page has loaded,\n"
+    "                       then close (with --shopper: when the outcome has arrived)\n"
     "  --shopper MODE       show: a scripted shopper fills and submits the stand-in page:\n"
     "                       approve, decline, 3ds (the challenge card and its code) or cancel;\n"
     "                       exits 0 on success, 1 on an error or cancel (60 s at most unless\n"
@@ -86,13 +90,15 @@ struct FormRequest {
   std::optional<std::string> deploymentBase;
   int seconds = 0;
   std::optional<sandbox::ShopperMode> shopper;
+  int width = 420, height = 640;
+  std::optional<std::string> screenshot;
 };
 
 // Fills `request` from the options; a usage error's message, or nil.
 std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest* request) {
-  static const std::vector<std::string> known = {"provider",      "options",  "token",   "mode",
-                                                 "provider-mode", "redirect", "api-url", "style",
-                                                 "deployment",    "seconds",  "shopper"};
+  static const std::vector<std::string> known = {
+      "provider", "options",    "token",   "mode",    "provider-mode", "redirect",  "api-url",
+      "style",    "deployment", "seconds", "shopper", "size",          "screenshot"};
   for (const auto& [name, value] : parsed.named) {
     if (std::find(known.begin(), known.end(), name) == known.end()) return "unknown option --" + name;
   }
@@ -112,6 +118,15 @@ std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest*
       value && (!parseNumber(*value, &request->seconds) || request->seconds < 0)) {
     return "--seconds needs a non-negative number";
   }
+  if (auto size = parsed.value("size")) {
+    const std::size_t x = size->find('x');
+    if (x == std::string::npos || !parseNumber(size->substr(0, x), &request->width) ||
+        !parseNumber(size->substr(x + 1), &request->height) || request->width < 100 ||
+        request->height < 100) {
+      return "--size needs WIDTHxHEIGHT, each at least 100";
+    }
+  }
+  request->screenshot = parsed.value("screenshot");
   configuration.showStorePaymentMethod = parsed.has("store");
   configuration.redirectURL = parsed.value("redirect");
   if (auto url = parsed.value("api-url")) configuration.apiURL = QPFormRenderer::normalizedApiURL(*url);
@@ -162,6 +177,29 @@ std::string escapedQueryValue(const std::string& value) {
   return result;
 }
 
+// Writes what `window` shows, web view included, as a PNG file.
+bool saveWindowAsPNG(Gtk::Window& window, const std::string& file) {
+  GtkWidget* widget = GTK_WIDGET(window.gobj());
+  const int width = gtk_widget_get_width(widget), height = gtk_widget_get_height(widget);
+  GskRenderer* renderer = gtk_native_get_renderer(GTK_NATIVE(widget));
+  if (renderer == nullptr || width <= 0 || height <= 0) return false;
+  GdkPaintable* paintable = gtk_widget_paintable_new(widget);
+  GtkSnapshot* snapshot = gtk_snapshot_new();
+  gdk_paintable_snapshot(paintable, snapshot, width, height);
+  GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
+  bool saved = false;
+  if (node != nullptr) {
+    graphene_rect_t viewport =
+        GRAPHENE_RECT_INIT(0, 0, static_cast<float>(width), static_cast<float>(height));
+    GdkTexture* texture = gsk_renderer_render_texture(renderer, node, &viewport);
+    saved = gdk_texture_save_to_png(texture, file.c_str());
+    g_object_unref(texture);
+    gsk_render_node_unref(node);
+  }
+  g_object_unref(paintable);
+  return saved;
+}
+
 void printLine(const std::string& line) {
   std::cout << line << std::endl;
 }
@@ -202,17 +240,31 @@ int show(FormRequest request) {
   std::unique_ptr<Gtk::Window> window;
   std::unique_ptr<QPPaymentForm> form;
   std::optional<sandbox::ShopperMode> shopper = request.shopper;
+  auto shoot = [&] {
+    if (!request.screenshot || !window) return;
+    if (saveWindowAsPNG(*window, *request.screenshot)) {
+      printLine("screenshot " + *request.screenshot);
+    } else {
+      printLine("screenshot failed");
+      status = 1;
+    }
+  };
   auto end = [&](int code) {
     if (!shopper || ended) return;
     ended = true;
     status = code;
     // Let the page settle (a second outcome would show here), then close.
-    Glib::signal_timeout().connect_once([&app] { app->quit(); }, 500);
+    Glib::signal_timeout().connect_once(
+        [&] {
+          shoot();
+          app->quit();
+        },
+        request.screenshot ? 1500 : 500);
   };
   app->signal_activate().connect([&] {
     window = std::make_unique<Gtk::Window>();
     window->set_title("Brivane payment form");
-    window->set_default_size(420, 640);
+    window->set_default_size(request.width, request.height);
     form = std::make_unique<QPPaymentForm>();
     form->setDeployment(QPFormDeployment::forBaseURL(base));
     form->setMode(configuration.mode);
@@ -221,7 +273,17 @@ int show(FormRequest request) {
     form->setShowStorePaymentMethod(configuration.showStorePaymentMethod);
     form->setRedirectURL(configuration.redirectURL);
     form->setApiURL(configuration.apiURL);
-    form->setOnFormLoaded([] { printLine("loaded"); });
+    form->setOnFormLoaded([&] {
+      printLine("loaded");
+      if (request.screenshot && !shopper) {
+        Glib::signal_timeout().connect_once(
+            [&] {
+              shoot();
+              app->quit();
+            },
+            1500);
+      }
+    });
     form->setOnSuccessCallback([&end](const std::optional<std::string>& code, const std::string& token,
                                       const std::optional<std::string>& payload) {
       printLine("success " + code.value_or("(nil)") + " " + token + " " + payload.value_or("(nil)"));

@@ -83,6 +83,19 @@ function qpShowError(group, on, text, errorClass, hintClass) {
 function qpReportToForm(error) {
   try { window.webkit.messageHandlers.ObjC_onError.postMessage(error); } catch (e) { /* not inside the form */ }
 }
+// Drops the absurd border widths a host style prints for sides it never set (the largest
+// unsigned number in pixels), which would cover the whole form.
+function qpSaneStyles(doc) {
+  Array.prototype.forEach.call(doc.styleSheets, function (sheet) {
+    Array.prototype.forEach.call(sheet.cssRules || [], function (rule) {
+      if (!rule.style) return;
+      ["left", "right", "top", "bottom"].forEach(function (side) {
+        var name = "border-" + side + "-width";
+        if (parseFloat(rule.style.getPropertyValue(name)) > 10000) rule.style.removeProperty(name);
+      });
+    });
+  });
+}
 // Authorizes with the sandbox at `base`; `done` receives its answer ({outcome: "approved",
 // "challenge" with challengeUrl, "declined" with message, or "invalid"}).
 function qpAuthorize(base, body, done) {
@@ -121,8 +134,8 @@ body { margin: 0; background: #ffffff; color: #1f2430; font: 15px/1.4 "Inter", "
 .qp-store input { width: 18px; height: 18px; margin: 0; }
 .qp-error-box { display: none; padding: 12px; margin: 0 0 14px; border-radius: 8px; background: #fdecea; color: #8e1c1c; font-size: 14px; }
 .qp-secure { margin: 12px 0 0; font-size: 12px; color: #6b7280; text-align: center; }
-.qp-secure::before { content: ""; display: inline-block; width: 8px; height: 6px; margin-right: 6px; border: 2px solid #6b7280;
-  border-radius: 2px; vertical-align: 0; box-shadow: 0 -4px 0 -1px #ffffff, 0 -5px 0 0 #6b7280; }
+.wpwl-hint, .qp-hint { margin-top: 6px; font-size: 13px; color: #6b7280; }
+.qp-hint.qp-hint-error, .wpwl-hint.wpwl-hint-error { color: #c62828; }
 .qp-brands { display: flex; flex-wrap: wrap; gap: 6px; justify-content: flex-end; margin: 0 0 12px; }
 .qp-mark { display: inline-flex; align-items: center; justify-content: center; min-width: 46px; height: 30px; padding: 0 6px;
   border-radius: 5px; color: #ffffff; font: italic 800 12px/1 Arial, sans-serif; letter-spacing: 0.5px; }

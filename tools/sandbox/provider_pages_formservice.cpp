@@ -72,6 +72,7 @@ constexpr const char* kFormService = R"HTML(
     settings = message;
     T = qpTexts(message.locale);
     document.getElementById("qp-css").textContent = message.css || "";
+    qpSaneStyles(document);
     var texts = message.texts || {};
     var codes = message.paymentOptionCodes || [];
     var marks = document.createElement("div"); marks.className = "qp-brands qp-group-brand";

@@ -11,7 +11,7 @@ const std::string& payPalScript() {
   var base = (/^(https?:\/\/[^\/]+)/.exec(script ? script.src : "") || [])[1] || location.origin;
   var look = document.createElement("style");
   look.textContent =
-    ".paypal-button { display: flex; align-items: center; justify-content: center; gap: 6px; width: 100%; max-width: 480px; height: 48px;" +
+    ".paypal-button { display: flex; align-items: center; justify-content: center; gap: 0; width: 100%; max-width: 480px; height: 48px;" +
     "  margin: 8px auto; border: 0; border-radius: 6px; background: #ffc439; color: #003087; font: italic 800 18px/1 Arial, sans-serif; cursor: pointer; }" +
     ".paypal-button .pp-pal { color: #009cde; }" +
     ".paypal-shape-pill { border-radius: 24px; } .paypal-size-small { max-width: 240px; height: 36px; font-size: 15px; }" +
@@ -34,9 +34,9 @@ const std::string& payPalScript() {
       button.setAttribute("role", "button");
       button.setAttribute("data-locale", options.locale || "");
       var word = { checkout: "Checkout", pay: "Pay with", buynow: "Buy Now" }[style.label];
-      button.innerHTML = (word && style.label === "pay" ? "<span style='font-style:normal;font-weight:600'>" + word + "</span> " : "") +
+      button.innerHTML = (word && style.label === "pay" ? "<span style='font-style:normal;font-weight:600;margin-right:6px'>" + word + "</span>" : "") +
         "<span>Pay</span><span class='pp-pal'>Pal</span>" +
-        (word && style.label !== "pay" ? " <span style='font-style:normal;font-weight:600'>" + word + "</span>" : "");
+        (word && style.label !== "pay" ? "<span style='font-style:normal;font-weight:600;margin-left:6px'>" + word + "</span>" : "");
       var cancel = document.createElement("a");
       cancel.href = "#";
       cancel.className = "paypal-cancel";
