@@ -39,4 +39,6 @@ shot provider3-320px --provider 3 --options VISA,MSTRCRD --token demo --size 320
 shot provider0-800px --provider 0 --options VISA,MSTRCRD --token demo --size 800x560
 shot provider0-styled --provider 0 --options VISA,MSTRCRD --token demo --style "$style"
 shot provider3-styled --provider 3 --options VISA,MSTRCRD --token demo --style "$style"
+shot provider0-toolbar --provider 0 --options VISA,MSTRCRD --token demo --focus
+shot provider3-toolbar --provider 3 --options VISA --token demo --focus
 shot provider0-declined --provider 0 --options VISA --token demo --shopper decline

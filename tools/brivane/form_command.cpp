@@ -50,6 +50,8 @@ constexpr const char* kFormUsage =
     "  --size WxH           show: the window's size in pixels (default 420x640)\n"
     "  --screenshot FILE    show: write the window as PNG 1.5 s after the page has loaded,\n"
     "                       then close (with --shopper: when the outcome has arrived)\n"
+    "  --focus              show: put the focus into the page's first input once it has loaded\n"
+    "                       (the form then shows its keyboard toolbar)\n"
     "  --shopper MODE       show: a scripted shopper fills and submits the stand-in page:\n"
     "                       approve, decline, 3ds (the challenge card and its code) or cancel;\n"
     "                       exits 0 on success, 1 on an error or cancel (60 s at most unless\n"
@@ -92,6 +94,7 @@ struct FormRequest {
   std::optional<sandbox::ShopperMode> shopper;
   int width = 420, height = 640;
   std::optional<std::string> screenshot;
+  bool focus = false;
 };
 
 // Fills `request` from the options; a usage error's message, or nil.
@@ -127,6 +130,7 @@ std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest*
     }
   }
   request->screenshot = parsed.value("screenshot");
+  request->focus = parsed.has("focus");
   configuration.showStorePaymentMethod = parsed.has("store");
   configuration.redirectURL = parsed.value("redirect");
   if (auto url = parsed.value("api-url")) configuration.apiURL = QPFormRenderer::normalizedApiURL(*url);
@@ -275,6 +279,19 @@ int show(FormRequest request) {
     form->setApiURL(configuration.apiURL);
     form->setOnFormLoaded([&] {
       printLine("loaded");
+      if (request.focus) {
+        // The page (or the form service's frame) may still be building its inputs.
+        Glib::signal_timeout().connect_once(
+            [&] {
+              form->webView().evaluate(
+                  "(function () { var docs = [document]; var f = document.getElementById('qp-frame');"
+                  " if (f && f.contentDocument) docs.push(f.contentDocument);"
+                  " for (var i = docs.length - 1; i >= 0; i--) {"
+                  "  var input = docs[i].querySelector('input:not([type=hidden]):not([type=checkbox])');"
+                  "  if (input) { input.focus(); return true; } } return false; })()");
+            },
+            700);
+      }
       if (request.screenshot && !shopper) {
         Glib::signal_timeout().connect_once(
             [&] {
@@ -366,7 +383,7 @@ int runForm(const std::vector<std::string>& args) {
   }
   ParsedOptions parsed;
   std::string error;
-  if (!parseOptions(args, {"store"}, &parsed, &error)) return usageError(error);
+  if (!parseOptions(args, {"store", "focus"}, &parsed, &error)) return usageError(error);
   if (parsed.positional.empty()) return usageError("missing sub-command");
   const std::string& command = parsed.positional[0];
   if (command != "render" && command != "show") return usageError("unknown sub-command '" + command + "'");
