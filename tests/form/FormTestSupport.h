@@ -12,6 +12,10 @@
 
 #include <glib.h>
 
+#include <boost/json/value.hpp>
+
+#include "brivane/form/QPPaymentForm.h"
+#include "form/CustomWebView.h"
 #include "sandbox/SandboxState.h"
 
 namespace brivane::formtest {
@@ -28,6 +32,28 @@ inline bool pumpUntil(const std::function<bool()>& done, double seconds) {
 
 inline void pumpFor(double seconds) {
   pumpUntil([] { return false; }, seconds);
+}
+
+// The script's answer in the form's page, or its error text as a JSON string prefixed with
+// "error: ".
+inline boost::json::value evaluateIn(QPPaymentForm& form, const std::string& script) {
+  std::optional<boost::json::value> answer;
+  form.webView().evaluate(script, [&answer](const std::optional<boost::json::value>& result,
+                                            const std::optional<std::string>& error) {
+    answer = result ? *result : boost::json::value(boost::json::string("error: " + error.value_or("")));
+  });
+  pumpUntil([&answer] { return answer.has_value(); }, 10);
+  return answer.value_or(boost::json::string("error: no answer"));
+}
+
+// The form as the suites place it: in a window, pointed at `base`'s stand-ins, with the
+// sandbox's return page as the host's redirect.
+inline std::unique_ptr<QPPaymentForm> formForStandIns(const std::string& base) {
+  auto form = std::make_unique<QPPaymentForm>();
+  form->setDeployment(QPFormDeployment::forBaseURL(base));
+  form->setApiURL(base + "/providers/formservice");
+  form->setRedirectURL(base + "/providers/return");
+  return form;
 }
 
 // A loopback server with the stand-in provider pages, served from its own thread. With a

@@ -50,10 +50,7 @@ class QPPaymentFormEngineTest : public ::testing::Test {
   void SetUp() override {
     window_ = std::make_unique<Gtk::Window>();
     window_->set_default_size(400, 600);
-    form_ = std::make_unique<QPPaymentForm>();
-    form_->setDeployment(QPFormDeployment::forBaseURL(base()));
-    form_->setApiURL(base() + "/providers/formservice");
-    form_->setRedirectURL(base() + "/providers/return");
+    form_ = formtest::formForStandIns(base());
     form_->setOnFormLoaded([this] { ++loaded_; });
     form_->setOnError([this](const boost::json::value& error) { errors_.push_back(error); });
     form_->setScriptMessageObserver([this](const std::string& name, const boost::json::value& body) {
@@ -99,15 +96,7 @@ class QPPaymentFormEngineTest : public ::testing::Test {
   }
 
   // The script's answer, or its error text as a JSON string prefixed with "error: ".
-  boost::json::value evaluate(const std::string& script) {
-    std::optional<boost::json::value> answer;
-    form_->webView().evaluate(script, [&answer](const std::optional<boost::json::value>& result,
-                                                const std::optional<std::string>& error) {
-      answer = result ? *result : boost::json::value(boost::json::string("error: " + error.value_or("")));
-    });
-    pumpUntil([&answer] { return answer.has_value(); }, 10);
-    return answer.value_or(boost::json::string("error: no answer"));
-  }
+  boost::json::value evaluate(const std::string& script) { return formtest::evaluateIn(*form_, script); }
 
   // Names of the page functions the form calls that the page does not define.
   boost::json::value missingPageFunctions() {

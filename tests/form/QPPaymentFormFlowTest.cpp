@@ -65,10 +65,7 @@ class QPPaymentFormFlowTest : public ::testing::Test {
   void SetUp() override {
     window_ = std::make_unique<Gtk::Window>();
     window_->set_default_size(400, 640);
-    form_ = std::make_unique<QPPaymentForm>();
-    form_->setDeployment(QPFormDeployment::forBaseURL(base()));
-    form_->setApiURL(base() + "/providers/formservice");
-    form_->setRedirectURL(redirect());
+    form_ = formtest::formForStandIns(base());
     form_->setOnFormLoaded([this] { ++loaded_; });
     form_->setOnSuccessCallback([this](const std::optional<std::string>& code, const std::string& token,
                                        const std::optional<std::string>& payload) {
@@ -139,15 +136,7 @@ class QPPaymentFormFlowTest : public ::testing::Test {
         seconds);
   }
 
-  boost::json::value evaluate(const std::string& script) {
-    std::optional<boost::json::value> answer;
-    form_->webView().evaluate(script, [&answer](const std::optional<boost::json::value>& result,
-                                                const std::optional<std::string>& error) {
-      answer = result ? *result : boost::json::value(boost::json::string("error: " + error.value_or("")));
-    });
-    pumpUntil([&answer] { return answer.has_value(); }, 10);
-    return answer.value_or(boost::json::string("error: no answer"));
-  }
+  boost::json::value evaluate(const std::string& script) { return formtest::evaluateIn(*form_, script); }
 
   static sandbox::Sandbox::State* state_;
   static ProviderServer* server_;
