@@ -535,6 +535,37 @@ TEST_F(QPPaymentFormFlowTest, MalformedPageInputChangesNothing) {
   EXPECT_TRUE(form_->shownToolbarItems().empty());
 }
 
+struct LanguageCase {
+  std::string language;
+  std::uint64_t provider;
+  std::string option;
+  std::string label;  // script answering the card number's (or account holder's) label
+  std::string text;
+};
+
+TEST_F(QPPaymentFormFlowTest, StandInsSpeakTheLanguageTheFormPasses) {
+  const std::string inFrame = "document.getElementById('qp-frame').contentDocument.querySelector";
+  const LanguageCase cases[] = {
+      {"de_DE", 3, "VISA", inFrame + "('.qp-label-cardNumber').textContent", "Kartennummer"},
+      {"el_GR", 0, "VISA", "document.querySelector('.wpwl-label-cardNumber').textContent", "Αριθμός κάρτας"},
+      {"fr_FR", 1, "PAYU", "document.querySelector('label[for=cardNumber]').textContent", "Numéro de carte"},
+      {"pt_PT", 6, "BNKACCT", inFrame + "('.qp-label-accountHolder').textContent", "Titular da conta"},
+      {"ja_JP", 0, "VISA", "document.querySelector('.wpwl-label-cardNumber').textContent", "Card number"},
+  };
+  for (const LanguageCase& c : cases) {
+    SCOPED_TRACE(c.language);
+    TearDown();
+    setenv("LANGUAGE", c.language.c_str(), 1);
+    SetUp();
+    render(c.provider, {c.option},
+           c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=1&lang=en" : "words");
+    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    EXPECT_TRUE(pumpUntil([&] { return evaluate(c.label) == boost::json::value(c.text.c_str()); }, 10))
+        << boost::json::serialize(evaluate(c.label));
+  }
+  unsetenv("LANGUAGE");
+}
+
 TEST(QPPaymentFormHelpers, QueryItemsAndDictionaryText) {
   const std::vector<QPURLQueryItem> items = {
       {"token", "t1"}, {"PayerID", std::nullopt}, {"PayerID", "second"}, {"payerid", "lower"}};
