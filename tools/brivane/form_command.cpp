@@ -339,7 +339,6 @@ int show(FormRequest request) {
             if (!form->isWebViewLoaded()) return true;
             if (*shopper == sandbox::ShopperMode::Cancel && !canCancel) {
               printLine("shopper: closed the form (this provider offers no cancel)");
-              printLine("cancel (nil)");
               end(1);
               return false;
             }
