@@ -127,9 +127,9 @@ const std::string& payPalApprovalPage() {
     qpAuthorize(location.origin, { token: token, method: "paypal", payer: email }, function (answer) {
       if (answer.outcome === "approved") finish({ type: "paypal-approved", token: token, payerID: answer.payerID });
       else {
-        var e = document.getElementById("error"); e.textContent = T.declined; e.style.display = "block";
+        var e = document.getElementById("error"); e.textContent = T.payPalDeclined; e.style.display = "block";
         document.getElementById("paypal-approve").disabled = false;
-        finish({ type: "paypal-error", token: token, message: T.declined });
+        finish({ type: "paypal-error", token: token, message: T.payPalDeclined });
       }
     });
   });
