@@ -42,3 +42,14 @@ shot provider3-styled --provider 3 --options VISA,MSTRCRD --token demo --style "
 shot provider0-toolbar --provider 0 --options VISA,MSTRCRD --token demo --focus
 shot provider3-toolbar --provider 3 --options VISA --token demo --focus
 shot provider0-declined --provider 0 --options VISA --token demo --shopper decline
+
+# The 3-D Secure challenge and PayPal's approval page, from a standalone sandbox, shown through
+# the PayU path (which loads any URL).
+port=18733
+while (echo >"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do port=$((port + 1)); done
+"$tool" sandbox --port "$port" >/dev/null 2>&1 &
+sandbox_pid=$!
+trap 'rm -f "$style"; kill "$sandbox_pid" 2>/dev/null || true' EXIT
+for _ in $(seq 50); do (echo >"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break; sleep 0.1; done
+shot challenge-3ds --provider 1 --options PAYU --token "http://127.0.0.1:$port/providers/3ds/challenge?session=demo"
+shot paypal-approval --provider 1 --options PAYU --token "http://127.0.0.1:$port/providers/paypal/approve?token=demo"
