@@ -416,6 +416,41 @@ TEST_F(QPPaymentFormFlowTest, ValidationWaitsOnceOrTwiceAndAnswersOnce) {
   EXPECT_EQ(late, 0);
 }
 
+TEST_F(QPPaymentFormFlowTest, ScriptErrorsMakeValidationFail) {
+  // PayU's page defines none of the form's page functions: every query is a script error.
+  render(QPPaymentProviderPayU, {"PAYU"}, base() + "/providers/payu/pay?orderId=1");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  std::vector<bool> answers;
+  const auto start = Clock::now();
+  form_->validateElement(QPFormElementAll,
+                         [&answers](std::uint64_t, bool valid) { answers.push_back(valid); });
+  ASSERT_TRUE(pumpUntil([&] { return !answers.empty(); }, 5));
+  const double elapsed = secondsSince(start);
+  pumpFor(0.4);
+  EXPECT_EQ(answers, std::vector<bool>{false});
+  EXPECT_GE(elapsed, 0.25);  // "not empty": one wait only
+  EXPECT_LT(elapsed, 0.55);
+}
+
+TEST_F(QPPaymentFormFlowTest, ABeforeSubmitWithoutArgumentsLeadsTo3dSecureToolbar) {
+  setenv("LANGUAGE", "en", 1);
+  int calls = 0;
+  form_->setOnBeforeSubmitCallback([&calls] { ++calls; });
+  render(QPPaymentProviderPayon, {"VISA"}, "3ds-toolbar");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  EXPECT_EQ(evaluate("window.prompt('jsFunction: ObjC_onBeforeSubmit', '{\"paymentBrand\": \"VISA\"}')"),
+            boost::json::value("true"));
+  EXPECT_EQ(calls, 1);
+  ASSERT_TRUE(pumpUntil([this] { return form_->toolbarType() == QPToolbarType3dSecure; }, 5));
+  evaluate("document.querySelector(\"input[name='card.number']\").focus(); true");
+  ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
+  EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", "Done"}));
+  form_->doneWebViewInpit();
+  ASSERT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
+  EXPECT_EQ(form_->toolbarType(), QPToolbarType3dSecure);  // survives the keyboard hiding
+  unsetenv("LANGUAGE");
+}
+
 struct ToolbarCase {
   std::string name;
   std::uint64_t provider;
