@@ -261,6 +261,28 @@ TEST_F(QPPaymentFormFlowTest, EveryProviderReachesExactlyOneOutcome) {
   }
 }
 
+TEST_F(QPPaymentFormFlowTest, TheFormServiceReturnsToTheHostsURLOfTheAuthorization) {
+  const std::string hostReturn = base() + "/shop/checkout/done";
+  for (ShopperMode mode : {ShopperMode::Approve, ShopperMode::Challenge}) {
+    TearDown();
+    successes_.clear();
+    SetUp();
+    const std::string token = mode == ShopperMode::Approve ? "host-return-1" : "host-return-2";
+    seedAuthorization(token);
+    {
+      std::lock_guard<std::mutex> lock(state_->mutex);
+      state_->store.authorizations[token].redirectURL = hostReturn;
+    }
+    form_->setRedirectURL(hostReturn);
+    render(QPPaymentProviderCyberSource, {"VISA"}, token);
+    ASSERT_TRUE(shop(mode));
+    pumpFor(0.5);
+    ASSERT_EQ(successes_.size(), 1u);
+    ASSERT_TRUE(successes_[0].payload.has_value());
+    EXPECT_TRUE(successes_[0].payload->starts_with("data="));
+  }
+}
+
 struct EndingCase {
   std::string name;
   std::uint64_t provider;

@@ -162,6 +162,29 @@ TEST_F(ProviderPagesTest, TheChallengeApprovesOnlyWithItsCodeAndOnce) {
             json::value("invalid"));
 }
 
+TEST_F(ProviderPagesTest, TheFormServiceLearnsTheHostsReturnURL) {
+  seed("r1");
+  {
+    std::lock_guard<std::mutex> lock(state_.mutex);
+    state_.store.authorizations["r1"].redirectURL = "https://shop.example/back";
+  }
+  EXPECT_EQ(post("/providers/authorize", card("r1", "4200000000000000")).at("returnUrl"),
+            json::value("https://shop.example/back"));
+  EXPECT_FALSE(post("/providers/authorize", card("unknown", "4200000000000000")).contains("returnUrl"));
+  // A challenge of the form service (it posts its data) continues there; the widget's goes on
+  // to the gateway's callback.
+  json::object formService = card("r1", "4000000000003220");
+  formService["data"] = "d";
+  for (const auto& [body, expected] : {std::pair{formService, "https://shop.example/back"},
+                                       std::pair{card("r1", "4000000000003220"), "http://127.0.0.1/back"}}) {
+    const std::string url(post("/providers/authorize", body).at("challengeUrl").as_string());
+    const std::size_t at = url.find("session=") + 8;
+    const std::string session = url.substr(at, url.find('&', at) - at);
+    EXPECT_EQ(post("/providers/3ds/verify", {{"session", session}, {"code", "1234"}}).at("continueUrl"),
+              json::value(expected));
+  }
+}
+
 TEST_F(ProviderPagesTest, BadBodiesAndUnknownTokensChangeNothing) {
   httplib::Client client("127.0.0.1", port_);
   for (const char* body : {"", "[1]", "{not json", "null"}) {

@@ -189,6 +189,14 @@ struct Pages {
   std::map<std::string, Challenge> challenges;
   unsigned long nextChallenge = 1;
 
+  // The host's return URL the token's authorization was opened with, or "".
+  std::string redirectOf(const std::string& token) {
+    if (state == nullptr) return "";
+    std::lock_guard<std::mutex> lock(state->mutex);
+    auto it = state->store.authorizations.find(token);
+    return it == state->store.authorizations.end() ? "" : it->second.redirectURL;
+  }
+
   // Marks the token's authorization (when the sandbox has one) as finished by the shopper.
   void mark(const std::string& token, bool approved, const json::object& shopperData) {
     if (state == nullptr) return;
@@ -219,10 +227,14 @@ struct Pages {
       mark(token, false, shopperData);
       return {{"outcome", "declined"}};
     }
+    const std::string returnUrl = redirectOf(token);
     if (method == "card" && number == kChallengeCard) {
       std::lock_guard<std::mutex> lock(mutex);
       const std::string session = "3ds" + std::to_string(nextChallenge++);
-      challenges[session] = {token, shopperData, text(body, "continueUrl"), text(body, "data")};
+      // The form service returns to the host's URL when the authorization names one.
+      const bool toHost = !returnUrl.empty() && body.contains("data");
+      challenges[session] = {token, shopperData, toHost ? returnUrl : text(body, "continueUrl"),
+                             text(body, "data")};
       std::string lang = text(body, "locale");
       return {{"outcome", "challenge"},
               {"challengeUrl", baseUrl + "/providers/3ds/challenge?session=" + session + "&lang=" +
@@ -231,6 +243,7 @@ struct Pages {
     mark(token, true, shopperData);
     json::object answer{{"outcome", "approved"}};
     if (method == "paypal") answer["payerID"] = "SANDBOXPAYER1";
+    if (!returnUrl.empty()) answer["returnUrl"] = returnUrl;
     return answer;
   }
 

@@ -130,7 +130,7 @@ constexpr const char* kFormService = R"HTML(
       iban: value("iban"), continueUrl: RETURN_URL, data: data
     }, function (answer) {
       busy = false;
-      if (answer.outcome === "approved") send({ type: "qp-completed", redirect: RETURN_URL, data: data });
+      if (answer.outcome === "approved") send({ type: "qp-completed", redirect: answer.returnUrl || RETURN_URL, data: data });
       else if (answer.outcome === "challenge") location.href = answer.challengeUrl;
       else {
         banner.textContent = answer.outcome === "declined" ? T.declined : (answer.message || T.declined);
