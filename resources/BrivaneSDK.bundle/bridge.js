@@ -1,7 +1,9 @@
 // Bridge to the native form: script messages, the before-submit prompt and a minimal "$"
 // for the few calls the form makes when no jQuery is on the page.
 (function () {
+  var ready = false;
   function post(name, body) {
+    if (name === "ios_formLoaded") ready = true;
     try {
       window.webkit.messageHandlers[name].postMessage(body === undefined ? null : body);
     } catch (e) {
@@ -23,9 +25,57 @@
     window.qpLog("form error: " + (error && error.message ? error.message : error));
     post("ObjC_onError", error || null);
     post("ios_formError");
+    // Only a form that never became ready says it is unavailable; the provider shows its own errors.
     var notice = document.getElementById("qp-load-error");
-    if (notice) notice.style.display = "block";
+    if (notice && !ready) notice.style.display = "block";
   };
+  // The desktop has no on-screen keyboard: the form shows its toolbar while an input of the
+  // page (or of the form-service frame, see qpFrameKeyboard) has the focus.
+  var keyboardShown = false;
+  function isTextInput(node) {
+    if (!node) return false;
+    if (node.tagName === "TEXTAREA" || node.tagName === "SELECT") return true;
+    return node.tagName === "INPUT" && !/^(checkbox|radio|button|submit|reset|hidden|image)$/i.test(node.type);
+  }
+  window.qpFrameKeyboard = false;
+  window.qpSetKeyboard = function (shown) {
+    shown = !!shown;
+    if (shown === keyboardShown) return;
+    keyboardShown = shown;
+    post("qp_keyboard", shown);
+  };
+  function checkKeyboard() {
+    setTimeout(function () {
+      var active = document.activeElement;
+      window.qpSetKeyboard(isTextInput(active) || (!!active && active.tagName === "IFRAME" && window.qpFrameKeyboard));
+    }, 0);
+  }
+  document.addEventListener("focusin", checkKeyboard, true);
+  document.addEventListener("focusout", checkKeyboard, true);
+  // A host style whose border side has no width set prints an absurd width (the largest
+  // unsigned number in pixels); such a border would cover the whole form. The page drops those
+  // widths so that the side keeps the form's own look; every other rule stays as the host made it.
+  window.qpSaneStyles = function (doc) {
+    Array.prototype.forEach.call((doc || document).styleSheets, function (sheet) {
+      var rules;
+      try {
+        rules = sheet.cssRules;
+      } catch (e) {
+        return; /* another origin */
+      }
+      Array.prototype.forEach.call(rules || [], function (rule) {
+        if (!rule.style) return;
+        ["left", "right", "top", "bottom"].forEach(function (side) {
+          var name = "border-" + side + "-width";
+          if (parseFloat(rule.style.getPropertyValue(name)) > 10000) rule.style.removeProperty(name);
+        });
+      });
+    });
+  };
+  window.qpSaneStyles(document);
+  document.addEventListener("DOMContentLoaded", function () {
+    window.qpSaneStyles(document);
+  });
   if (!window.$) {
     window.$ = function (target) {
       var nodes = typeof target === "string" ? Array.prototype.slice.call(document.querySelectorAll(target)) : [target];

@@ -18,6 +18,7 @@
 #include "brivane/form/style/QPFormStyleJSON.h"
 #include "brivane/util/QPUtils.h"
 #include "form/CustomWebView.h"
+#include "form/FormTestSupport.h"
 #include "sandbox/SandboxState.h"
 
 namespace brivane {
@@ -25,44 +26,9 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// Runs the main loop until `done` holds or `seconds` pass; whether `done` held.
-bool pumpUntil(const std::function<bool()>& done, double seconds) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
-}
-
-void pumpFor(double seconds) {
-  pumpUntil([] { return false; }, seconds);
-}
-
-// A loopback server with the stand-in provider pages, served from its own thread.
-class ProviderServer {
- public:
-  explicit ProviderServer(std::unique_ptr<httplib::Server> server = std::make_unique<httplib::Server>())
-      : server_(std::move(server)) {
-    server_->set_tcp_nodelay(true);
-    port_ = server_->bind_to_any_port("127.0.0.1");
-    sandbox::registerProviderPages(*server_, baseUrl(), nullptr);
-    thread_ = std::thread([this] { server_->listen_after_bind(); });
-    while (!server_->is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  ~ProviderServer() {
-    server_->stop();
-    thread_.join();
-  }
-  std::string baseUrl(const std::string& scheme = "http") const {
-    return scheme + "://127.0.0.1:" + std::to_string(port_);
-  }
-
- private:
-  std::unique_ptr<httplib::Server> server_;
-  int port_ = 0;
-  std::thread thread_;
-};
+using formtest::ProviderServer;
+using formtest::pumpFor;
+using formtest::pumpUntil;
 
 // A loopback address where nothing listens.
 const std::string kDeadBase = "http://127.0.0.1:1";
@@ -84,10 +50,7 @@ class QPPaymentFormEngineTest : public ::testing::Test {
   void SetUp() override {
     window_ = std::make_unique<Gtk::Window>();
     window_->set_default_size(400, 600);
-    form_ = std::make_unique<QPPaymentForm>();
-    form_->setDeployment(QPFormDeployment::forBaseURL(base()));
-    form_->setApiURL(base() + "/providers/formservice");
-    form_->setRedirectURL(base() + "/providers/return");
+    form_ = formtest::formForStandIns(base());
     form_->setOnFormLoaded([this] { ++loaded_; });
     form_->setOnError([this](const boost::json::value& error) { errors_.push_back(error); });
     form_->setScriptMessageObserver([this](const std::string& name, const boost::json::value& body) {
@@ -133,15 +96,7 @@ class QPPaymentFormEngineTest : public ::testing::Test {
   }
 
   // The script's answer, or its error text as a JSON string prefixed with "error: ".
-  boost::json::value evaluate(const std::string& script) {
-    std::optional<boost::json::value> answer;
-    form_->webView().evaluate(script, [&answer](const std::optional<boost::json::value>& result,
-                                                const std::optional<std::string>& error) {
-      answer = result ? *result : boost::json::value(boost::json::string("error: " + error.value_or("")));
-    });
-    pumpUntil([&answer] { return answer.has_value(); }, 10);
-    return answer.value_or(boost::json::string("error: no answer"));
-  }
+  boost::json::value evaluate(const std::string& script) { return formtest::evaluateIn(*form_, script); }
 
   // Names of the page functions the form calls that the page does not define.
   boost::json::value missingPageFunctions() {

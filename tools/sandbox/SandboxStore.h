@@ -97,6 +97,9 @@ struct Authorization {
   bool completedByShopper = false;
   bool declined = false;
   boost::json::object shopperData;  ///< what the page posted (card brand, masked number, ...)
+  /// Where the form service sends the shopper back (the host's redirectURL of the opening
+  /// request); "" sends them to the sandbox's "/providers/return".
+  std::string redirectURL;
 };
 
 /// A message the platform would have sent (mail or text): password-reset codes, mTANs,

@@ -93,6 +93,10 @@ class QPPaymentForm : public Gtk::Box {
   void setOnBeforeSubmitCallbackWithArg(BeforeSubmitCallbackWithArg callback);
   /// Diagnostics: sees every script message; null by default.
   void setScriptMessageObserver(ScriptMessageObserver observer);
+  /// Opens a URL outside the form (links aimed at a new window or another frame). The
+  /// desktop's default handler by default; null restores it.
+  using URLOpener = std::function<void(const std::string& url)>;
+  void setURLOpener(URLOpener opener);
 
   /// The eight script message names of the page, in their fixed order.
   static const std::vector<std::string>& wkScripMessageNames();
@@ -121,10 +125,50 @@ class QPPaymentForm : public Gtk::Box {
   void setElement(std::uint64_t element, bool visible);
   /// Runs the queued script calls in order, without waiting for their answers.
   void performDelayedJSCalls();
+  /// (element, valid): the answer of `validateElement`.
+  using ValidationCallback = std::function<void(std::uint64_t element, bool valid)>;
+  /// Validates one input (0 to 3) or all four (4) in the page: ends editing, asks the visible
+  /// inputs whether they are empty (when one is, clicks the page's own submit button so that
+  /// it shows its errors and waits 0.3 s), asks the page to validate, waits 0.3 s, clears the
+  /// errors of hidden inputs when one was empty, and calls `callback` once on the main loop
+  /// (about 0.3 s later, or 0.6 s with an empty input). A script error counts as "not
+  /// valid" / "not empty". Nothing is called once the form is destroyed.
+  void validateElement(std::uint64_t element, ValidationCallback callback);
   /// Asks the page to submit (providers 0 and 3 to 7; nothing for PayU and PayPal).
   void submit();
   /// Submits and answers the next before-submit request without calling the host.
   void acceptAndSubmit();
+
+  /// The script that collects the page's named inputs as form-encoded text (only the "data"
+  /// pair when the page has an input named "data"); its answer is the payload of a card
+  /// form's redirect to `redirectURL`.
+  static const std::string& getHttpBodyScript();
+  /// The value of the first query item named exactly `name`, or nil.
+  static std::optional<std::string> valueForKey(const std::string& name,
+                                                const std::vector<QPURLQueryItem>& queryItems);
+  /// "\"key\"=\"value\"&" for every member in order (the trailing "&" kept); texts as they
+  /// are, other values as JSON.
+  static std::string dictToString(const boost::json::object& dictionary);
+
+  /// Keyboard toolbar. A desktop has no on-screen keyboard: the page tells the form when one
+  /// of its inputs takes the focus (`keyboardWillShow`) and loses it (`keyboardWillHide`),
+  /// and the form shows the chosen toolbar below the web view meanwhile.
+  void keyboardWillShow();
+  void keyboardWillHide();
+  /// " < ": the page's previous input ("prevInput();" then "checkFocus();").
+  void prevWebViewInput();
+  /// " > ": the page's next input ("nextInput();" then "checkFocus();").
+  void nextWebViewInput();
+  /// Done: ends editing in the page.
+  void doneWebViewInpit();
+  /// Done of the wizard toolbar: blurs the page's window, then ends editing.
+  void doneWebViewInpitForWizard();
+  /// The titles of the toolbar showing now, left to right ("" for the flexible space);
+  /// empty when none shows.
+  std::vector<std::string> shownToolbarItems() const;
+  /// Whether the toolbar's previous / next items exist and are enabled.
+  bool isPrevButtonEnabled() const;
+  bool isNextButtonEnabled() const;
 
   /// The payment option code of the form shown (nil when several are shown).
   const std::optional<std::string>& paymentCode() const;
@@ -138,6 +182,8 @@ class QPPaymentForm : public Gtk::Box {
   bool isFormFinished() const;
   /// Whether the activity indicator is showing.
   bool isActivityIndicatorShown() const;
+  /// Whether PayU's dimmed overlay (shown for the 3 s before its success) is showing.
+  bool isOverlayShown() const;
 
   /// The engine view (internal type; see CustomWebView.h in the sources).
   CustomWebView& webView();

@@ -52,6 +52,12 @@ enum QPToolbarType : std::uint64_t {
   QPToolbarTypeWizard = 3,
 };
 
+/// One query item of a URL: a name and its value (nil when the item has no "=").
+struct QPURLQueryItem {
+  std::string name;
+  std::optional<std::string> value;
+};
+
 /// Deployment values of the form: where the card gateway's widget lives and where the
 /// providers send the user back. Rendering puts them into the pages and navigation matches
 /// against the same values, so a form always uses one set for both.

@@ -1,0 +1,89 @@
+#pragma once
+
+// Shared by the form suites: driving the main loop and a loopback server with the stand-in
+// provider pages.
+#include <httplib.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include <glib.h>
+
+#include <boost/json/value.hpp>
+
+#include "brivane/form/QPPaymentForm.h"
+#include "form/CustomWebView.h"
+#include "sandbox/SandboxState.h"
+
+namespace brivane::formtest {
+
+// Runs the main loop until `done` holds or `seconds` pass; whether `done` held.
+inline bool pumpUntil(const std::function<bool()>& done, double seconds) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
+
+inline void pumpFor(double seconds) {
+  pumpUntil([] { return false; }, seconds);
+}
+
+// The script's answer in the form's page, or its error text as a JSON string prefixed with
+// "error: ".
+inline boost::json::value evaluateIn(QPPaymentForm& form, const std::string& script) {
+  std::optional<boost::json::value> answer;
+  form.webView().evaluate(script, [&answer](const std::optional<boost::json::value>& result,
+                                            const std::optional<std::string>& error) {
+    answer = result ? *result : boost::json::value(boost::json::string("error: " + error.value_or("")));
+  });
+  pumpUntil([&answer] { return answer.has_value(); }, 10);
+  return answer.value_or(boost::json::string("error: no answer"));
+}
+
+// The form as the suites place it: in a window, pointed at `base`'s stand-ins, with the
+// sandbox's return page as the host's redirect.
+inline std::unique_ptr<QPPaymentForm> formForStandIns(const std::string& base) {
+  auto form = std::make_unique<QPPaymentForm>();
+  form->setDeployment(QPFormDeployment::forBaseURL(base));
+  form->setApiURL(base + "/providers/formservice");
+  form->setRedirectURL(base + "/providers/return");
+  return form;
+}
+
+// A loopback server with the stand-in provider pages, served from its own thread. With a
+// sandbox state the pages mark its ledger.
+class ProviderServer {
+ public:
+  explicit ProviderServer(std::unique_ptr<httplib::Server> server = std::make_unique<httplib::Server>(),
+                          sandbox::Sandbox::State* state = nullptr)
+      : server_(std::move(server)) {
+    server_->set_tcp_nodelay(true);
+    port_ = server_->bind_to_any_port("127.0.0.1");
+    sandbox::registerProviderPages(*server_, baseUrl(), state);
+    thread_ = std::thread([this] { server_->listen_after_bind(); });
+    while (!server_->is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  ~ProviderServer() {
+    server_->stop();
+    thread_.join();
+  }
+  ProviderServer(const ProviderServer&) = delete;
+  ProviderServer& operator=(const ProviderServer&) = delete;
+
+  std::string baseUrl(const std::string& scheme = "http") const {
+    return scheme + "://127.0.0.1:" + std::to_string(port_);
+  }
+
+ private:
+  std::unique_ptr<httplib::Server> server_;
+  int port_ = 0;
+  std::thread thread_;
+};
+
+}  // namespace brivane::formtest

@@ -1,0 +1,647 @@
+// Every provider's flow to its outcome in the real engine, against the stand-in providers,
+// driven by the scripted shopper; the navigation endings, validation and the toolbar.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <webkit/webkit.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <mutex>
+
+#include <glib.h>
+#include <gtkmm/window.h>
+
+#include <boost/json.hpp>
+
+#include "brivane/form/QPPaymentForm.h"
+#include "form/CustomWebView.h"
+#include "form/FormTestSupport.h"
+#include "sandbox/SandboxState.h"
+#include "sandbox/Shopper.h"
+
+namespace brivane {
+namespace {
+
+using formtest::ProviderServer;
+using formtest::pumpFor;
+using formtest::pumpUntil;
+using sandbox::ShopperMode;
+using ::testing::HasSubstr;
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+std::string escaped(const std::string& value) {
+  gchar* text = g_uri_escape_string(value.c_str(), nullptr, FALSE);
+  std::string result = text;
+  g_free(text);
+  return result;
+}
+
+class QPPaymentFormFlowTest : public ::testing::Test {
+ protected:
+  struct Success {
+    std::optional<std::string> code;
+    std::string token;
+    std::optional<std::string> payload;
+  };
+
+  static void SetUpTestSuite() {
+    state_ = new sandbox::Sandbox::State();
+    server_ = new ProviderServer(std::make_unique<httplib::Server>(), state_);
+  }
+  static void TearDownTestSuite() {
+    delete server_;
+    delete state_;
+    server_ = nullptr;
+    state_ = nullptr;
+  }
+
+  void SetUp() override {
+    window_ = std::make_unique<Gtk::Window>();
+    window_->set_default_size(400, 640);
+    form_ = formtest::formForStandIns(base());
+    form_->setOnFormLoaded([this] { ++loaded_; });
+    form_->setOnSuccessCallback([this](const std::optional<std::string>& code, const std::string& token,
+                                       const std::optional<std::string>& payload) {
+      successes_.push_back({code, token, payload});
+    });
+    form_->setOnError([this](const boost::json::value& error) { errors_.push_back(error); });
+    form_->setOnCancel([this](const std::optional<std::string>& message) { cancels_.push_back(message); });
+    form_->setURLOpener([this](const std::string& url) { opened_.push_back(url); });
+    window_->set_child(*form_);
+    window_->present();
+  }
+
+  void TearDown() override {
+    destroyForm();
+    window_.reset();
+    pumpFor(0.05);
+  }
+
+  void destroyForm() {
+    if (!form_) return;
+    window_->unset_child();
+    form_.reset();
+  }
+
+  static std::string base() { return server_->baseUrl(); }
+  static std::string redirect() { return base() + "/providers/return"; }
+
+  std::size_t outcomes() const { return successes_.size() + errors_.size() + cancels_.size(); }
+
+  static void seedAuthorization(const std::string& token) {
+    std::lock_guard<std::mutex> lock(state_->mutex);
+    sandbox::Authorization authorization;
+    authorization.token = token;
+    authorization.reference = "ref-" + token;
+    state_->store.authorizations[token] = authorization;
+  }
+  static sandbox::Authorization authorization(const std::string& token) {
+    std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->store.authorizations.at(token);
+  }
+
+  void render(std::uint64_t provider, const std::vector<std::string>& options, const std::string& token) {
+    form_->setPaymentProvider(provider);
+    form_->renderWithPaymentOptions(options, token, nullptr);
+  }
+
+  // The scripted shopper takes steps until an outcome arrives; while it waits, the overlay
+  // and the time of the first step are noted.
+  bool shop(ShopperMode mode, double seconds = 25) {
+    const std::string step = sandbox::shopperStepScript(mode);
+    if (!pumpUntil([this] { return form_->isWebViewLoaded(); }, 15)) return false;
+    auto next = Clock::now();
+    return pumpUntil(
+        [&] {
+          if (form_->isOverlayShown()) sawOverlay_ = true;
+          if (outcomes() > 0) return true;
+          if (Clock::now() >= next) {
+            next = Clock::now() + std::chrono::milliseconds(300);
+            form_->webView().evaluate(step, [this](const std::optional<boost::json::value>& done,
+                                                   const std::optional<std::string>&) {
+              if (done && done->is_string() && done->get_string().starts_with("submitted") && !submittedAt_) {
+                submittedAt_ = Clock::now();
+              }
+            });
+          }
+          return false;
+        },
+        seconds);
+  }
+
+  boost::json::value evaluate(const std::string& script) { return formtest::evaluateIn(*form_, script); }
+
+  static sandbox::Sandbox::State* state_;
+  static ProviderServer* server_;
+  std::unique_ptr<Gtk::Window> window_;
+  std::unique_ptr<QPPaymentForm> form_;
+  int loaded_ = 0;
+  std::vector<Success> successes_;
+  std::vector<boost::json::value> errors_;
+  std::vector<std::optional<std::string>> cancels_;
+  std::vector<std::string> opened_;
+  bool sawOverlay_ = false;
+  std::optional<Clock::time_point> submittedAt_;
+};
+
+sandbox::Sandbox::State* QPPaymentFormFlowTest::state_ = nullptr;
+ProviderServer* QPPaymentFormFlowTest::server_ = nullptr;
+
+enum class Outcome { Success, Error, Cancel };
+enum class Payload { Nil, PayerID, PostedInputs };
+
+struct FlowCase {
+  std::string name;
+  std::uint64_t provider;
+  std::vector<std::string> options;
+  ShopperMode mode;
+  Outcome outcome;
+  Payload payload = Payload::Nil;
+};
+
+TEST_F(QPPaymentFormFlowTest, EveryProviderReachesExactlyOneOutcome) {
+  const FlowCase cases[] = {
+      {"gateway card", 0, {"VISA", "MSTRCRD"}, ShopperMode::Approve, Outcome::Success},
+      {"gateway card 3-D Secure", 0, {"VISA"}, ShopperMode::Challenge, Outcome::Success},
+      {"gateway card declined", 0, {"VISA"}, ShopperMode::Decline, Outcome::Error},
+      {"gateway SEPA", 0, {"BNKACCT"}, ShopperMode::Approve, Outcome::Success},
+      {"gateway PayPal", 0, {"PAYPAL"}, ShopperMode::Approve, Outcome::Success},
+      {"PayU", 1, {"PAYU"}, ShopperMode::Approve, Outcome::Success},
+      {"PayU declined", 1, {"PAYU"}, ShopperMode::Decline, Outcome::Error},
+      {"PayPal", 2, {"PAYPAL"}, ShopperMode::Approve, Outcome::Success, Payload::PayerID},
+      {"PayPal cancelled", 2, {"PAYPAL"}, ShopperMode::Cancel, Outcome::Cancel},
+      {"PayPal declined", 2, {"PAYPAL"}, ShopperMode::Decline, Outcome::Error},
+      {"CyberSource", 3, {"VISA", "MSTRCRD"}, ShopperMode::Approve, Outcome::Success, Payload::PostedInputs},
+      {"CyberSource TokenEx 3-D Secure",
+       4,
+       {"AMEX"},
+       ShopperMode::Challenge,
+       Outcome::Success,
+       Payload::PostedInputs},
+      {"Vesta declined", 5, {"VISA", "MSTRO"}, ShopperMode::Decline, Outcome::Error},
+      {"SEPA", 6, {"BNKACCT"}, ShopperMode::Approve, Outcome::Success, Payload::PostedInputs},
+      {"SEPA declined", 6, {"BNKACCT"}, ShopperMode::Decline, Outcome::Error},
+      {"gateway PCI", 7, {"VISA"}, ShopperMode::Approve, Outcome::Success, Payload::PostedInputs},
+  };
+  int n = 0;
+  for (const FlowCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    TearDown();
+    successes_.clear();
+    errors_.clear();
+    cancels_.clear();
+    sawOverlay_ = false;
+    submittedAt_.reset();
+    SetUp();
+    const std::string token = "flow-" + std::to_string(++n);
+    seedAuthorization(token);
+    const std::string formToken = c.provider == QPPaymentProviderPayU
+                                      ? base() + "/providers/payu/pay?orderId=o" + std::to_string(n) +
+                                            "&token=" + token + "&continueUrl=" + escaped(redirect())
+                                      : token;
+    render(c.provider, c.options, formToken);
+    ASSERT_TRUE(shop(c.mode)) << "no outcome";
+    pumpFor(0.6);  // a second outcome would arrive here
+    ASSERT_EQ(outcomes(), 1u);
+    EXPECT_FALSE(form_->isActivityIndicatorShown());
+    EXPECT_FALSE(form_->isOverlayShown());
+    const sandbox::Authorization ledger = authorization(token);
+    switch (c.outcome) {
+      case Outcome::Success: {
+        ASSERT_EQ(successes_.size(), 1u);
+        EXPECT_TRUE(form_->isFormFinished());
+        EXPECT_TRUE(ledger.completedByShopper);
+        EXPECT_FALSE(ledger.declined);
+        EXPECT_EQ(successes_[0].token, formToken);
+        const std::optional<std::string>& payload = successes_[0].payload;
+        if (c.payload == Payload::Nil) {
+          EXPECT_EQ(payload, std::nullopt);
+        }
+        if (c.payload == Payload::PayerID) {
+          EXPECT_EQ(payload, "SANDBOXPAYER1");
+        }
+        if (c.payload == Payload::PostedInputs) {
+          ASSERT_TRUE(payload.has_value());
+          EXPECT_TRUE(payload->starts_with("data=")) << *payload;
+          EXPECT_EQ(payload->find('&'), std::string::npos) << "only the data input: " << *payload;
+        }
+        if (c.provider == QPPaymentProviderPayU) {
+          EXPECT_TRUE(sawOverlay_);
+          ASSERT_TRUE(submittedAt_.has_value());
+          EXPECT_GE(secondsSince(*submittedAt_), 2.9);
+        }
+        break;
+      }
+      case Outcome::Error:
+        ASSERT_EQ(errors_.size(), 1u);
+        EXPECT_THAT(boost::json::serialize(errors_[0]), HasSubstr("declined"));
+        EXPECT_TRUE(ledger.declined);
+        EXPECT_FALSE(ledger.completedByShopper);
+        break;
+      case Outcome::Cancel:
+        ASSERT_EQ(cancels_.size(), 1u);
+        EXPECT_EQ(cancels_[0], std::nullopt);
+        EXPECT_TRUE(form_->isFormFinished());
+        EXPECT_FALSE(ledger.completedByShopper);
+        break;
+    }
+    // The masked card or account the shopper typed, never the full number.
+    if (c.outcome != Outcome::Cancel && c.options[0] != "PAYPAL") {
+      const std::string data = boost::json::serialize(ledger.shopperData);
+      EXPECT_THAT(data, ::testing::Not(HasSubstr("4200000000000000")));
+      EXPECT_THAT(data, HasSubstr("*"));
+    }
+  }
+}
+
+TEST_F(QPPaymentFormFlowTest, TheFormServiceReturnsToTheHostsURLOfTheAuthorization) {
+  const std::string hostReturn = base() + "/shop/checkout/done";
+  for (ShopperMode mode : {ShopperMode::Approve, ShopperMode::Challenge}) {
+    TearDown();
+    successes_.clear();
+    SetUp();
+    const std::string token = mode == ShopperMode::Approve ? "host-return-1" : "host-return-2";
+    seedAuthorization(token);
+    {
+      std::lock_guard<std::mutex> lock(state_->mutex);
+      state_->store.authorizations[token].redirectURL = hostReturn;
+    }
+    form_->setRedirectURL(hostReturn);
+    render(QPPaymentProviderCyberSource, {"VISA"}, token);
+    ASSERT_TRUE(shop(mode));
+    pumpFor(0.5);
+    ASSERT_EQ(successes_.size(), 1u);
+    ASSERT_TRUE(successes_[0].payload.has_value());
+    EXPECT_TRUE(successes_[0].payload->starts_with("data="));
+  }
+}
+
+struct EndingCase {
+  std::string name;
+  std::uint64_t provider;
+  std::string option;
+  std::string again;  // a navigation that matches the ending again, by script
+};
+
+TEST_F(QPPaymentFormFlowTest, AFinishedFormEndsNoMoreAndDropsLaterErrors) {
+  const EndingCase cases[] = {
+      {"gateway callback", 0, "VISA", "location.href = '" + base() + "/callbacks/payon?id=again'"},
+      {"PayPal success", 2, "PAYPAL",
+       "location.href = '" + base() + "/callbacks/paypal/success/?PayerID=X2'"},
+      {"redirect to the host", 5, "VISA", "location.href = '" + redirect() + "?again=1'"},
+  };
+  for (const EndingCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    TearDown();
+    successes_.clear();
+    errors_.clear();
+    SetUp();
+    render(c.provider, {c.option}, "end-" + c.name.substr(0, 3));
+    ASSERT_TRUE(shop(ShopperMode::Approve));
+    ASSERT_EQ(successes_.size(), 1u);
+    EXPECT_FALSE(form_->onError());  // cleared by the success
+    pumpFor(1.0);                    // PayPal's success page loads
+    const boost::json::value before = evaluate("location.href");
+    evaluate(c.again + "; true");
+    evaluate("window.webkit.messageHandlers.ObjC_onError.postMessage({name: 'Late'}); true");
+    pumpFor(1.0);
+    EXPECT_EQ(successes_.size(), 1u);
+    EXPECT_TRUE(errors_.empty());
+    EXPECT_EQ(evaluate("location.href"), before) << "the late navigation was not ignored";
+    EXPECT_FALSE(form_->isActivityIndicatorShown());
+  }
+}
+
+TEST_F(QPPaymentFormFlowTest, LinksLoadInTheViewOrOpenOutside) {
+  render(QPPaymentProviderPayon, {"VISA"}, "links");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  const std::string outside = base() + "/providers/return?outside=1";
+  struct Case {
+    std::string target;
+    bool opensOutside;
+  };
+  for (const Case& c : {Case{"_blank", true}, Case{"elsewhere", true}}) {
+    SCOPED_TRACE(c.target);
+    opened_.clear();
+    evaluate("var a = document.createElement('a'); a.href = '" + outside + "'; a.target = '" + c.target +
+             "'; document.body.appendChild(a); a.click(); true");
+    ASSERT_TRUE(pumpUntil([this] { return !opened_.empty(); }, 5));
+    EXPECT_EQ(opened_, std::vector<std::string>{outside});
+    EXPECT_THAT(std::string(evaluate("location.href").as_string()), HasSubstr("/providers/payon/"));
+  }
+  // A link within the page's own frame loads in the form.
+  evaluate("var b = document.createElement('a'); b.href = '" + base() +
+           "/providers/return?inside=1'; document.body.appendChild(b); b.click(); true");
+  ASSERT_TRUE(
+      pumpUntil([this] { return evaluate("location.search") == boost::json::value("?inside=1"); }, 10));
+  pumpFor(0.3);
+  EXPECT_FALSE(form_->isActivityIndicatorShown());
+  EXPECT_EQ(opened_.size(), 1u);
+  EXPECT_EQ(outcomes(), 0u);
+}
+
+// A loopback port where nothing listens (and that the engine does not refuse as restricted).
+int closedPort() {
+  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  bind(fd, reinterpret_cast<sockaddr*>(&address), size);
+  getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+  close(fd);
+  return ntohs(address.sin_port);
+}
+
+TEST_F(QPPaymentFormFlowTest, AFailedLoadReportsItsTextAndNeverLoads) {
+  render(QPPaymentProviderPayU, {"PAYU"},
+         "http://127.0.0.1:" + std::to_string(closedPort()) + "/providers/payu/pay?orderId=1");
+  ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 15));
+  pumpFor(0.5);
+  EXPECT_EQ(loaded_, 0);
+  EXPECT_FALSE(form_->isWebViewLoaded());
+  EXPECT_EQ(errors_.size(), 1u);
+  EXPECT_TRUE(errors_[0].is_string() && !errors_[0].get_string().empty());
+  EXPECT_FALSE(form_->isActivityIndicatorShown());
+}
+
+TEST_F(QPPaymentFormFlowTest, PayUSuccessNeverComesAfterTheFormIsGone) {
+  render(QPPaymentProviderPayU, {"PAYU"},
+         base() + "/providers/payu/pay?orderId=9&token=gone&continueUrl=" + escaped(redirect()));
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  const std::string step = sandbox::shopperStepScript(ShopperMode::Approve);
+  evaluate(step);
+  ASSERT_TRUE(pumpUntil([this] { return form_->isOverlayShown(); }, 10));
+  destroyForm();
+  pumpFor(3.5);
+  EXPECT_TRUE(successes_.empty());
+}
+
+struct ValidationCase {
+  std::string name;
+  std::string clear;  // an input the script empties first ("" for none)
+  std::uint64_t element;
+  bool valid;
+  double atLeast;
+};
+
+TEST_F(QPPaymentFormFlowTest, ValidationWaitsOnceOrTwiceAndAnswersOnce) {
+  render(QPPaymentProviderPayon, {"VISA"}, "validation");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  pumpFor(0.4);
+  const ValidationCase cases[] = {
+      {"all filled", "", QPFormElementAll, true, 0.25},
+      {"one filled element", "", QPFormElementCvv, true, 0.25},
+      {"an empty input", "card.cvv", QPFormElementAll, false, 0.55},
+      {"an empty input, other element", "card.cvv", QPFormElementCardNumber, true, 0.55},
+  };
+  for (const ValidationCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    evaluate(
+        "function put(n, v) { var i = document.querySelector(\"input[name='\" + n + \"']\"); i.value = v; }"
+        "put('card.number', '4200 0000 0000 0000'); put('card.expiry', '12 / 39'); put('card.cvv', '123');"
+        "put('card.holder', 'Erika Mustermann');" +
+        (c.clear.empty() ? std::string() : "put('" + c.clear + "', '');") +
+        "document.querySelectorAll('.wpwl-has-error').forEach(function (g) { "
+        "g.classList.remove('wpwl-has-error'); });"
+        "true");
+    std::vector<std::pair<std::uint64_t, bool>> answers;
+    const auto start = Clock::now();
+    double elapsed = 0;
+    form_->validateElement(c.element, [&](std::uint64_t element, bool valid) {
+      elapsed = secondsSince(start);
+      answers.emplace_back(element, valid);
+    });
+    ASSERT_TRUE(pumpUntil([&] { return !answers.empty(); }, 5));
+    pumpFor(0.4);
+    ASSERT_EQ(answers.size(), 1u);
+    EXPECT_EQ(answers[0].first, c.element);
+    EXPECT_EQ(answers[0].second, c.valid);
+    EXPECT_GE(elapsed, c.atLeast);
+    EXPECT_LT(elapsed, 3.0);
+    // With an empty input the page's own submit showed its errors first.
+    EXPECT_EQ(evaluate("document.querySelectorAll('.wpwl-group-cvv.wpwl-has-error').length > 0"),
+              boost::json::value(!c.clear.empty()));
+  }
+  // A form destroyed while validating never answers.
+  int late = 0;
+  form_->validateElement(QPFormElementAll, [&late](std::uint64_t, bool) { ++late; });
+  destroyForm();
+  pumpFor(1.0);
+  EXPECT_EQ(late, 0);
+}
+
+TEST_F(QPPaymentFormFlowTest, ScriptErrorsMakeValidationFail) {
+  // PayU's page defines none of the form's page functions: every query is a script error.
+  render(QPPaymentProviderPayU, {"PAYU"}, base() + "/providers/payu/pay?orderId=1");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  std::vector<bool> answers;
+  const auto start = Clock::now();
+  form_->validateElement(QPFormElementAll,
+                         [&answers](std::uint64_t, bool valid) { answers.push_back(valid); });
+  ASSERT_TRUE(pumpUntil([&] { return !answers.empty(); }, 5));
+  const double elapsed = secondsSince(start);
+  pumpFor(0.4);
+  EXPECT_EQ(answers, std::vector<bool>{false});
+  EXPECT_GE(elapsed, 0.25);  // "not empty": one wait only
+  EXPECT_LT(elapsed, 0.55);
+}
+
+TEST_F(QPPaymentFormFlowTest, ABeforeSubmitWithoutArgumentsLeadsTo3dSecureToolbar) {
+  setenv("LANGUAGE", "en", 1);
+  int calls = 0;
+  form_->setOnBeforeSubmitCallback([&calls] { ++calls; });
+  render(QPPaymentProviderPayon, {"VISA"}, "3ds-toolbar");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  EXPECT_EQ(evaluate("window.prompt('jsFunction: ObjC_onBeforeSubmit', '{\"paymentBrand\": \"VISA\"}')"),
+            boost::json::value("true"));
+  EXPECT_EQ(calls, 1);
+  ASSERT_TRUE(pumpUntil([this] { return form_->toolbarType() == QPToolbarType3dSecure; }, 5));
+  evaluate("document.querySelector(\"input[name='card.number']\").focus(); true");
+  ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
+  EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", "Done"}));
+  form_->doneWebViewInpit();
+  ASSERT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
+  EXPECT_EQ(form_->toolbarType(), QPToolbarType3dSecure);  // survives the keyboard hiding
+  unsetenv("LANGUAGE");
+}
+
+struct ToolbarCase {
+  std::string name;
+  std::uint64_t provider;
+  std::vector<std::string> options;
+  bool wizard;        // setElement before the focus
+  std::string focus;  // script that focuses an input
+  std::vector<std::string> items;
+  std::uint64_t typeWhileShown;
+  std::uint64_t typeAfter;
+};
+
+TEST_F(QPPaymentFormFlowTest, TheToolbarFollowsTheFocusByProvider) {
+  setenv("LANGUAGE", "en_US", 1);
+  const std::string cardInput = "document.querySelector(\"input[name='card.number']\").focus(); true";
+  const std::string frameInput =
+      "document.getElementById('qp-frame').contentDocument.querySelector('input[name=cardNumber]').focus(); "
+      "true";
+  const std::vector<std::string> standard = {" < ", " > ", "", "Done"};
+  const std::vector<std::string> doneOnly = {"", "Done"};
+  const ToolbarCase cases[] = {
+      {"gateway card", 0, {"VISA"}, false, cardInput, standard, QPToolbarTypeStandard, QPToolbarTypeNone},
+      {"gateway wizard", 0, {"VISA"}, true, cardInput, doneOnly, QPToolbarTypeWizard, QPToolbarTypeWizard},
+      {"form service",
+       3,
+       {"VISA"},
+       false,
+       frameInput,
+       doneOnly,
+       QPToolbarType3dSecure,
+       QPToolbarType3dSecure},
+      {"SEPA form service",
+       6,
+       {"BNKACCT"},
+       false,
+       "document.getElementById('qp-frame').contentDocument.querySelector('input[name=iban]').focus(); true",
+       doneOnly,
+       QPToolbarType3dSecure,
+       QPToolbarType3dSecure},
+      {"gateway through the form service",
+       7,
+       {"VISA"},
+       false,
+       frameInput,
+       {},
+       QPToolbarTypeNone,
+       QPToolbarTypeNone},
+      {"gateway PayPal",
+       0,
+       {"PAYPAL"},
+       false,
+       "document.body.appendChild(document.createElement('input')).focus(); true",
+       {},
+       QPToolbarTypeNone,
+       QPToolbarTypeNone},
+  };
+  for (const ToolbarCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    TearDown();
+    SetUp();
+    if (c.wizard) form_->setElement(QPFormElementCardHolder, true);
+    render(c.provider, c.options, "toolbar");
+    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    ASSERT_TRUE(pumpUntil([&] { return evaluate(c.focus) == boost::json::value(true); }, 10));
+    pumpFor(0.5);
+    EXPECT_EQ(form_->shownToolbarItems(), c.items);
+    EXPECT_EQ(form_->toolbarType(), c.typeWhileShown);
+    if (c.items == standard) {
+      // The first input has no previous one.
+      ASSERT_TRUE(pumpUntil([this] { return form_->isNextButtonEnabled(); }, 5));
+      EXPECT_FALSE(form_->isPrevButtonEnabled());
+      form_->nextWebViewInput();
+      ASSERT_TRUE(pumpUntil([this] { return form_->isPrevButtonEnabled(); }, 5));
+    }
+    form_->doneWebViewInpit();
+    ASSERT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
+    EXPECT_EQ(form_->toolbarType(), c.typeAfter);
+  }
+  // German first: "Fertig"; English as spoken in Germany: "Done".
+  TearDown();
+  SetUp();
+  for (const auto& [languages, title] : {std::pair{"de_CH:en", "Fertig"}, std::pair{"en_DE:de", "Done"}}) {
+    setenv("LANGUAGE", languages, 1);
+    form_->setElement(QPFormElementAll, true);
+    form_->keyboardWillShow();
+    EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", title}));
+    form_->keyboardWillHide();
+  }
+  unsetenv("LANGUAGE");
+}
+
+TEST_F(QPPaymentFormFlowTest, MalformedPageInputChangesNothing) {
+  int beforeSubmits = 0;
+  form_->setOnBeforeSubmitCallbackWithArg([&](const std::shared_ptr<OnBeforeSubmitObj>& arguments) {
+    ++beforeSubmits;
+    EXPECT_FALSE(arguments->originArgs().has_value());
+    EXPECT_FALSE(arguments->iban().has_value());
+  });
+  render(QPPaymentProviderPayon, {"VISA"}, "bad-input");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  const boost::json::value answer = evaluate(
+      "var h = window.webkit.messageHandlers;"
+      "h.ObjC_PrevButtEnabled.postMessage('yes'); h.ObjC_NextButtEnabled.postMessage({});"
+      "h.qp_keyboard.postMessage('maybe'); h.qp_keyboard.postMessage(null); h.ios_postParam.postMessage([1, "
+      "2]);"
+      "h.ObjC_Log.postMessage('%E0%A4%A'); h.ObjC_Log.postMessage(42);"
+      "[window.prompt('jsFunction: ObjC_onBeforeSubmit', '{not json'),"
+      " window.prompt('jsFunction: somethingElse', '{}'), window.prompt('no prefix', '{}')]");
+  EXPECT_EQ(answer, (boost::json::array{"true", nullptr, nullptr}));
+  EXPECT_EQ(beforeSubmits, 1);
+  for (const char* url :
+       {"about:blank#x", "data:text/plain,odd", "http://127.0.0.1:1/%%30%30", "brivane-odd:x"}) {
+    evaluate(std::string("try { location.href = '") + url + "'; } catch (e) {} true");
+  }
+  pumpFor(1.0);
+  EXPECT_EQ(outcomes() - errors_.size(), 0u);  // failed loads may report errors; nothing ends
+  EXPECT_FALSE(form_->isFormFinished());
+  EXPECT_TRUE(form_->shownToolbarItems().empty());
+}
+
+struct LanguageCase {
+  std::string language;
+  std::uint64_t provider;
+  std::string option;
+  std::string label;  // script answering the card number's (or account holder's) label
+  std::string text;
+};
+
+TEST_F(QPPaymentFormFlowTest, StandInsSpeakTheLanguageTheFormPasses) {
+  const std::string inFrame = "document.getElementById('qp-frame').contentDocument.querySelector";
+  const LanguageCase cases[] = {
+      {"de_DE", 3, "VISA", inFrame + "('.qp-label-cardNumber').textContent", "Kartennummer"},
+      {"el_GR", 0, "VISA", "document.querySelector('.wpwl-label-cardNumber').textContent", "Αριθμός κάρτας"},
+      {"fr_FR", 1, "PAYU", "document.querySelector('label[for=cardNumber]').textContent", "Numéro de carte"},
+      {"pt_PT", 6, "BNKACCT", inFrame + "('.qp-label-accountHolder').textContent", "Titular da conta"},
+      {"ja_JP", 0, "VISA", "document.querySelector('.wpwl-label-cardNumber').textContent", "Card number"},
+  };
+  for (const LanguageCase& c : cases) {
+    SCOPED_TRACE(c.language);
+    TearDown();
+    setenv("LANGUAGE", c.language.c_str(), 1);
+    SetUp();
+    render(c.provider, {c.option},
+           c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=1&lang=en" : "words");
+    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    EXPECT_TRUE(pumpUntil([&] { return evaluate(c.label) == boost::json::value(c.text.c_str()); }, 10))
+        << boost::json::serialize(evaluate(c.label));
+  }
+  unsetenv("LANGUAGE");
+}
+
+TEST(QPPaymentFormHelpers, QueryItemsAndDictionaryText) {
+  const std::vector<QPURLQueryItem> items = {
+      {"token", "t1"}, {"PayerID", std::nullopt}, {"PayerID", "second"}, {"payerid", "lower"}};
+  struct Case {
+    std::string name;
+    std::optional<std::string> value;
+  };
+  for (const Case& c : {Case{"token", "t1"}, Case{"PayerID", std::nullopt}, Case{"payerid", "lower"},
+                        Case{"missing", std::nullopt}}) {
+    EXPECT_EQ(QPPaymentForm::valueForKey(c.name, items), c.value) << c.name;
+  }
+  EXPECT_EQ(QPPaymentForm::dictToString(boost::json::object{}), "");
+  boost::json::object dictionary;
+  dictionary["b"] = "x y";
+  dictionary["a"] = 3;
+  EXPECT_EQ(QPPaymentForm::dictToString(dictionary), "\"b\"=\"x y\"&\"a\"=\"3\"&");
+  EXPECT_THAT(QPPaymentForm::getHttpBodyScript(), ::testing::StartsWith("function getHttpBodyPlz() {"));
+  EXPECT_THAT(QPPaymentForm::getHttpBodyScript(), ::testing::EndsWith("getHttpBodyPlz();"));
+}
+
+}  // namespace
+}  // namespace brivane
