@@ -422,7 +422,7 @@ bool Sandbox::completeAuthorizationAsShopper(const std::string& token, bool appr
   std::lock_guard lock(state_->mutex);
   auto it = state_->store.authorizations.find(token);
   if (it == state_->store.authorizations.end()) return false;
-  it->second.completedByShopper = true;
+  it->second.completedByShopper = approve;
   it->second.declined = !approve;
   return true;
 }

@@ -94,8 +94,8 @@ struct Authorization {
   Kind kind = Kind::Payment;
   std::string reference;  ///< the payment's uniqueReference or the option's reference
   std::string accno;
-  bool completedByShopper = false;
-  bool declined = false;
+  bool completedByShopper = false;  ///< the shopper finished the page and approved
+  bool declined = false;            ///< the shopper finished the page and declined (or cancelled)
   boost::json::object shopperData;  ///< what the page posted (card brand, masked number, ...)
   /// Where the form service sends the shopper back (the host's redirectURL of the opening
   /// request); "" sends them to the sandbox's "/providers/return".

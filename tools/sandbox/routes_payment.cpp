@@ -255,13 +255,13 @@ bool completable(Payment& payment, const Authorization* authorization, httplib::
            "The payment is " + payment.state + "; only an INITIATED payment can be completed.");
     return false;
   }
-  if (authorization == nullptr || !authorization->completedByShopper) {
-    refuse(res, 409, "6109", "The shopper has not completed the payment page yet.");
-    return false;
-  }
-  if (authorization->declined) {
+  if (authorization != nullptr && authorization->declined) {
     payment.state = "DECLINED";
     refuse(res, 402, "6110", "The shopper declined the payment.");
+    return false;
+  }
+  if (authorization == nullptr || !authorization->completedByShopper) {
+    refuse(res, 409, "6109", "The shopper has not completed the payment page yet.");
     return false;
   }
   payment.state = "AUTHORIZED";
