@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
+
 #include <fstream>
 #include <map>
 #include <mutex>
@@ -55,13 +57,54 @@ std::optional<std::filesystem::path> bundleInside(const std::filesystem::path& d
   return std::nullopt;
 }
 
-std::filesystem::path coreBundleDirectory() {
-  static const std::filesystem::path directory = [] {
-    std::optional<std::filesystem::path> library = libraryDirectoryOf(&kAnchor);
-    if (!library) return std::filesystem::path(kBundleName);
-    return bundleInside(*library).value_or(*library);
-  }();
+namespace {
+
+std::mutex& settingMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+std::optional<std::string>& setDirectory() {
+  static std::optional<std::string> directory;
   return directory;
+}
+
+// A directory named by the host: the bundle itself (it holds the catalogues) or one that holds it.
+std::optional<std::filesystem::path> namedBundle(const std::filesystem::path& directory) {
+  std::error_code error;
+  if (directory.filename() == kBundleName || std::filesystem::is_directory(directory / "strings", error))
+    return std::filesystem::is_directory(directory, error) ? std::optional(directory) : std::nullopt;
+  return bundleInside(directory);
+}
+
+}  // namespace
+
+Location locate(std::initializer_list<const void*> libraries) {
+  Location location;
+  auto look = [&](const std::filesystem::path& directory, bool named) {
+    if (location.found) return;
+    location.searched.push_back(directory);
+    location.found = named ? namedBundle(directory) : bundleInside(directory);
+  };
+  std::optional<std::string> set;
+  {
+    std::lock_guard lock(settingMutex());
+    set = setDirectory();
+  }
+  if (set && !set->empty()) look(*set, true);
+  if (const char* environment = std::getenv(kBundleEnvironmentVariable); environment && *environment)
+    look(environment, true);
+  for (const void* address : libraries)
+    if (auto directory = libraryDirectoryOf(address)) look(*directory, false);
+  if (auto directory = libraryDirectoryOf(&kAnchor)) look(*directory, false);
+  return location;
+}
+
+std::filesystem::path coreBundleDirectory() {
+  Location location = locate();
+  if (location.found) return *location.found;
+  std::optional<std::filesystem::path> library = libraryDirectoryOf(&kAnchor);
+  return library ? *library : std::filesystem::path(kBundleName);
 }
 
 std::optional<std::string> catalogueText(const std::filesystem::path& bundleDirectory,
@@ -80,6 +123,17 @@ std::optional<std::string> catalogueText(const std::filesystem::path& bundleDire
 }
 
 }  // namespace bundle
+
+void QPUtils::setBundleDirectory(std::optional<std::string> directory) {
+  std::lock_guard lock(bundle::settingMutex());
+  bundle::setDirectory() = std::move(directory);
+}
+
+std::vector<std::string> QPUtils::bundleSearchDirectories() {
+  std::vector<std::string> directories;
+  for (const auto& directory : bundle::locate().searched) directories.push_back(directory.string());
+  return directories;
+}
 
 std::string QPUtils::LStr(std::string_view key) {
   std::optional<std::string> text = bundle::catalogueText(bundle::coreBundleDirectory(), getCurLocale(), key);

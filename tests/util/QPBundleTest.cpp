@@ -2,6 +2,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <stdlib.h>
 
 #include "brivane/util/QPUtils.h"
 #include "util/QPBundle.h"
@@ -49,6 +54,49 @@ TEST(QPBundle, LStrUsesTheCatalogueOfTheCurrentLanguage) {
   const std::string language = QPUtils::getCurLocale();
   EXPECT_EQ(QPUtils::LStr("submit_butt_title"),
             bundle::catalogueText(bundle::coreBundleDirectory(), language, "submit_butt_title"));
+}
+
+// Where the host keeps the bundle: set by API first, then by the environment, then beside the
+// libraries; a place that holds no bundle is searched and passed over.
+TEST(QPBundle, HostChosenDirectoriesComeFirstAndMissingOnesAreReported) {
+  const std::filesystem::path root = std::filesystem::temp_directory_path() / "brivane-bundle-location";
+  const std::filesystem::path byApi = root / "api" / "BrivaneSDK.bundle";
+  const std::filesystem::path byEnvironment = root / "env";
+  std::filesystem::create_directories(byApi / "strings");
+  std::filesystem::create_directories(byEnvironment / "BrivaneSDK.bundle" / "strings");
+  const std::filesystem::path standard = bundle::coreBundleDirectory();
+
+  struct Case {
+    std::optional<std::string> api;
+    std::optional<std::string> environment;
+    std::filesystem::path expected;
+    std::size_t searched;
+  };
+  const Case cases[] = {
+      {byApi.string(), byEnvironment.string(), byApi, 1},
+      {(root / "api").string(), std::nullopt, byApi, 1},  // a directory holding the bundle
+      {std::nullopt, byEnvironment.string(), byEnvironment / "BrivaneSDK.bundle", 1},
+      {(root / "nowhere").string(), byEnvironment.string(), byEnvironment / "BrivaneSDK.bundle", 2},
+      {(root / "nowhere").string(), std::nullopt, standard, 2},
+  };
+  for (const Case& c : cases) {
+    QPUtils::setBundleDirectory(c.api);
+    if (c.environment) {
+      setenv("BRIVANE_BUNDLE_DIR", c.environment->c_str(), 1);
+    } else {
+      unsetenv("BRIVANE_BUNDLE_DIR");
+    }
+    EXPECT_EQ(bundle::coreBundleDirectory(), c.expected) << c.api.value_or("-");
+    std::vector<std::string> searched = QPUtils::bundleSearchDirectories();
+    ASSERT_EQ(searched.size(), c.searched) << c.api.value_or("-");
+    if (c.api) {
+      EXPECT_EQ(searched.front(), *c.api);
+    }
+  }
+  QPUtils::setBundleDirectory(std::nullopt);
+  unsetenv("BRIVANE_BUNDLE_DIR");
+  EXPECT_EQ(bundle::coreBundleDirectory(), standard);
+  std::filesystem::remove_all(root);
 }
 
 }  // namespace

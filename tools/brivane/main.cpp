@@ -2,12 +2,14 @@
 #include <string>
 #include <vector>
 
+#include "brivane/api/core/QPLookups.h"
 #include "brivane/commands.h"
 
 namespace {
 
 constexpr const char* kUsage =
     "usage: brivane <command> [options]\n"
+    "       brivane --version | help [COMMAND]\n"
     "\n"
     "commands:\n"
     "  demo       run the API client against the embedded sandbox, one line per call\n"
@@ -16,7 +18,32 @@ constexpr const char* kUsage =
     "  style      print the CSS of a form style: brivane style css --provider N [--style FILE]\n"
     "  form       render or show the payment form: brivane form render|show [options]\n"
     "\n"
-    "See README.md for every option.\n";
+    "\n"
+    "'brivane help COMMAND' shows a command's options; 'brivane help call' lists every operation.\n"
+    "Exit codes: 0 success, 1 a failed call or check, 2 a usage error.\n";
+
+constexpr const char* kDemoUsage =
+    "usage: brivane demo\n"
+    "\n"
+    "Starts the embedded sandbox and runs one integrator's journey through the API client, one line per\n"
+    "call (method, path, outcome, milliseconds). Exits 0 only when every call succeeded.\n";
+
+// `brivane help COMMAND`: the command's own help text.
+int help(const std::string& command) {
+  const std::vector<std::string> askHelp{"--help"};
+  if (command == "call") return brivane::cli::runCall(askHelp);
+  if (command == "sandbox") return brivane::cli::runSandbox(askHelp);
+  if (command == "style") return brivane::cli::runStyle(askHelp);
+#ifdef BRIVANE_HAVE_FORM
+  if (command == "form") return brivane::cli::runForm(askHelp);
+#endif
+  if (command == "demo") {
+    std::fputs(kDemoUsage, stdout);
+    return 0;
+  }
+  std::fprintf(stderr, "brivane help: unknown command '%s'\n\n%s", command.c_str(), kUsage);
+  return 2;
+}
 
 }  // namespace
 
@@ -34,7 +61,12 @@ int main(int argc, char** argv) {
 #ifdef BRIVANE_HAVE_FORM
   if (command == "form") return brivane::cli::runForm(args);
 #endif
+  if (command == "--version" || command == "version") {
+    std::printf("%s\n", brivane::QPLookups::SDKVersion().c_str());
+    return 0;
+  }
   if (command == "help" || command == "--help" || command == "-h") {
+    if (command == "help" && !args.empty()) return help(args[0]);
     std::fputs(kUsage, stdout);
     return 0;
   }

@@ -36,6 +36,16 @@ class QPUtils {
   /// that `getCurLocale` chooses; the key itself when no text exists.
   static std::string LStr(std::string_view key);
 
+  /// Where the resource bundle ("BrivaneSDK.bundle": templates and texts) is taken from. The
+  /// bundle is looked for, in this order: the directory set here, the directory named by the
+  /// environment variable BRIVANE_BUNDLE_DIR, then beside the form library and beside the core
+  /// library (where `cmake --install` puts it). A directory may be the bundle itself or hold it.
+  /// Nil returns to the default search. Call before the first form is rendered or text is read.
+  static void setBundleDirectory(std::optional<std::string> directory);
+
+  /// The directories the bundle was looked for in, in search order (for error messages).
+  static std::vector<std::string> bundleSearchDirectories();
+
   /// Eight upper-case hexadecimal digits RRGGBBAA of a colour, without clamping.
   static std::string hexStringForColor(const QPColor& color);
 

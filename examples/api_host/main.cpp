@@ -1,0 +1,67 @@
+// A host of the API client: obtains a token by password, lists the program's countries and runs a
+// payment against a running sandbox (`brivane sandbox`, default http://127.0.0.1:8080).
+//
+//   api_host [BASE_URL]
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "brivane/api/core/QPApiProvider.h"
+#include "brivane/platform/QPMainQueue.h"
+
+namespace {
+
+using brivane::QPError;
+
+// Runs the main queue until `done` holds; false after 30 s.
+template <class Condition>
+bool await(Condition done) {
+  return brivane::QPMainQueue::runUntil(done, std::chrono::seconds(30));
+}
+
+int fail(const char* step, const std::optional<QPError>& error) {
+  std::fprintf(stderr, "%s failed: %s\n", step, error ? error->toString().c_str() : "no answer");
+  return 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string baseUrl = argc > 1 ? argv[1] : "http://127.0.0.1:8080";
+  auto tokens = std::make_shared<brivane::QPDefaultAccessTokenProvider>();
+  brivane::QPApiProviderOption option;
+  option.url = baseUrl;
+  option.programCode = "BRIVANE";
+  option.partnerReferencePrefix = "HOST";
+  option.accessTokenProvider = tokens;
+  brivane::QPApiProvider provider(option);
+
+  // 1. A token by password.
+  bool answered = false;
+  std::optional<QPError> failure;
+  provider.authenticationAPI()->getAccessTokenWithUserName(
+      "demo@brivane.test", "Demo-Pass-1", "password",
+      [&](std::optional<QPError> error, std::shared_ptr<brivane::QPAccessTokenResponse> token) {
+        answered = true;
+        failure = error;
+        if (token) tokens->setAccessToken(token->access_token);
+      });
+  if (!await([&] { return answered; }) || failure) return fail("token", failure);
+  std::puts("token: ok");
+
+  // 2. The program's countries.
+  answered = false;
+  brivane::QPGetCountriesRequest countries;
+  countries.onlyProgramCountries = true;
+  provider.settingsAPI()->getCountries(
+      countries,
+      [&](std::optional<QPError> error, std::shared_ptr<brivane::QPGetCountriesResponse> response) {
+        answered = true;
+        failure = error;
+        if (response && response->countries)
+          std::printf("countries: %zu in the program\n", response->countries->size());
+      });
+  if (!await([&] { return answered; }) || failure) return fail("countries", failure);
+  return 0;
+}
