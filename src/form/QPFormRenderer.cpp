@@ -280,16 +280,10 @@ std::string QPFormRenderer::payUURL(const std::string& token, const std::string&
 }
 
 std::string QPFormRenderer::bundleDirectory() {
-  static const std::string directory = [] {
-    std::optional<std::filesystem::path> formLibrary = bundle::libraryDirectoryOf(&kFormLibraryAnchor);
-    if (formLibrary) {
-      if (auto inside = bundle::bundleInside(*formLibrary)) return inside->string();
-    }
-    std::filesystem::path core = bundle::coreBundleDirectory();
-    if (core.filename() == bundle::kBundleName || !formLibrary) return core.string();
-    return formLibrary->string();
-  }();
-  return directory;
+  bundle::Location location = bundle::locate({&kFormLibraryAnchor});
+  if (location.found) return location.found->string();
+  // Nowhere: the template is then not found, and the render reports where it looked.
+  return location.searched.empty() ? std::string(bundle::kBundleName) : location.searched.back().string();
 }
 
 QPRenderEnvironment QPRenderEnvironment::current() {

@@ -983,8 +983,20 @@ void QPPaymentForm::renderWithPaymentOptions(const std::optional<std::vector<std
   QPRenderEnvironment environment = QPRenderEnvironment::current();
   environment.viewHeight = self.webView->height();
   environment.screenHeight = mainScreenHeight();
-  QPRenderedForm rendered = QPFormRenderer::render(self.configuration, *paymentOptions, *authorizationToken,
-                                                   formStyle, self.deployment, environment);
+  QPRenderedForm rendered;
+  try {
+    rendered = QPFormRenderer::render(self.configuration, *paymentOptions, *authorizationToken, formStyle,
+                                      self.deployment, environment);
+  } catch (const std::invalid_argument& missing) {
+    // No template: the bundle is not where the SDK looked. A host with an error callback hears of it
+    // there, with the places searched; without one the render raises.
+    if (!self.onError) throw;
+    boost::json::array searched;
+    for (const std::string& directory : QPUtils::bundleSearchDirectories()) searched.emplace_back(directory);
+    ErrorCallback report = self.onError;
+    report(boost::json::object{{"message", missing.what()}, {"searchedDirectories", std::move(searched)}});
+    return;
+  }
   self.paymentCode = rendered.paymentCode;
   self.configuration.apiURL = rendered.apiURL;
   if (rendered.isPayU) {

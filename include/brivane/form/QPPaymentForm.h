@@ -107,8 +107,10 @@ class QPPaymentForm : public Gtk::Box {
 
   /// Checks the configuration, fills the provider's template and loads it (PayU: loads the
   /// token's URL). A rejected configuration is reported to `onCancel` or thrown as
-  /// `std::invalid_argument` with the message; a missing template throws
-  /// `std::invalid_argument` ("file not found").
+  /// `std::invalid_argument` with the message. A missing template (the bundle is not where the SDK
+  /// looks, see `QPUtils::setBundleDirectory`) goes to `onError` as {"message": "file not found",
+  /// "searchedDirectories": [...]}, or throws `std::invalid_argument` ("file not found") when no
+  /// `onError` is set.
   void renderWithPaymentOptions(const std::optional<std::vector<std::string>>& paymentOptions,
                                 const std::optional<std::string>& authorizationToken,
                                 const std::shared_ptr<QPFormStyle>& formStyle);
