@@ -8,6 +8,8 @@
 #include <string>
 
 #include "brivane/api/core/QPApiProvider.h"
+#include "brivane/api/payment/QPPaymentAPI.h"
+#include "brivane/api/settings/QPSettingsAPI.h"
 #include "brivane/platform/QPMainQueue.h"
 
 namespace {
@@ -63,5 +65,47 @@ int main(int argc, char** argv) {
           std::printf("countries: %zu in the program\n", response->countries->size());
       });
   if (!await([&] { return answered; }) || failure) return fail("countries", failure);
+
+  // 3. A payment in one step with the sandbox's approved test card, captured for less than
+  //    authorized, then read back.
+  auto payment = std::make_shared<brivane::QPAuthorizeRequest>();
+  payment->programAccno = "9000000001";
+  payment->accno = "1000000001";
+  payment->presentationAmount = brivane::QPNumber(12.5);
+  payment->presentationCurrCode = "EUR";
+  payment->carrierNumber = "4111111111111111";
+  std::optional<std::string> reference;
+  answered = false;
+  provider.paymentAPI()->authorize(
+      payment, [&](std::optional<QPError> error, std::shared_ptr<brivane::QPAuthorizeResponse> response) {
+        answered = true;
+        failure = error;
+        if (response) reference = response->uniqueReference;
+      });
+  if (!await([&] { return answered; }) || failure || !reference) return fail("authorize", failure);
+  std::printf("payment %s: authorized\n", reference->c_str());
+
+  auto capture = std::make_shared<brivane::QPCaptureRequest>();
+  capture->modifiedAmount = brivane::QPNumber(10.0);
+  answered = false;
+  provider.paymentAPI()->capture(
+      capture, reference, [&](std::optional<QPError> error, std::shared_ptr<brivane::QPCaptureResponse>) {
+        answered = true;
+        failure = error;
+      });
+  if (!await([&] { return answered; }) || failure) return fail("capture", failure);
+
+  answered = false;
+  provider.paymentAPI()->getPaymentInformation(
+      std::make_shared<brivane::QPGetPaymentInformationRequest>(), reference,
+      [&](std::optional<QPError> error, std::shared_ptr<brivane::QPGetPaymentInformationResponse> response) {
+        answered = true;
+        failure = error;
+        if (response && response->presentationAmount)
+          std::printf("payment %s: %s %s, captured\n", reference->c_str(),
+                      response->presentationAmount->description().c_str(),
+                      response->presentationCurrCode.value_or("").c_str());
+      });
+  if (!await([&] { return answered; }) || failure) return fail("payment information", failure);
   return 0;
 }
