@@ -124,6 +124,10 @@ class MarkupState {
 
   void feed(std::string_view text, std::size_t at) {
     const char c = text[at];
+    if (inComment_) {
+      if (c == '>' && at >= 2 && text[at - 1] == '-' && text[at - 2] == '-') inComment_ = false;
+      return;
+    }
     if (inTag_) {
       if (quote_ != 0) {
         if (c == quote_) quote_ = 0;
@@ -149,7 +153,11 @@ class MarkupState {
       if (findIgnoringCaseAt(text, closing, at)) startTag();
       return;
     }
-    if (std::isalpha(static_cast<unsigned char>(next)) || next == '/' || next == '!') startTag();
+    if (text.substr(at, 4) == "<!--") {
+      inComment_ = true;  // quotes in a comment mean nothing
+    } else if (std::isalpha(static_cast<unsigned char>(next)) || next == '/' || next == '!') {
+      startTag();
+    }
   }
 
  private:
@@ -163,6 +171,7 @@ class MarkupState {
     tagName_.clear();
   }
 
+  bool inComment_ = false;
   bool inTag_ = false;
   bool readingName_ = false;
   char quote_ = 0;

@@ -406,6 +406,21 @@ TEST_F(QPFormRenderTest, AnyHeightGivesWholePixels) {
   }
 }
 
+TEST_F(QPFormRenderTest, EachPlaceHasItsEscaping) {
+  std::ofstream(directory_ / "payon_form.html")
+      << "<!-- the shop's page --><p title='{{{token}}}' data-x=\"{{{token}}}\">{{{token}}}</p>\n"
+         "<style>.a{font-family:\"{{{token}}}\"}</style>\n"
+         "<script>var t = \"{{{token}}}\"; if (a < b) {}</script>{{{token}}}\n";
+  const std::string token = "a\"b'c<d\\e";
+  const std::string html =
+      QPFormRenderer::render(validConfiguration(), {"VISA"}, token, nullptr, deployment_, environment_).html;
+  EXPECT_EQ(html,
+            "<!-- the shop's page --><p title='a&quot;b&#39;c&lt;d\\e' data-x=\"a&quot;b&#39;c&lt;d\\e\">"
+            "a\"b'c&lt;d\\e</p>\n"
+            "<style>.a{font-family:\"a\"b'c\\3C d\\e\"}</style>\n"
+            "<script>var t = \"a\\\"b'c\\u003Cd\\\\e\"; if (a < b) {}</script>a\"b'c&lt;d\\e\n");
+}
+
 TEST_F(QPFormRenderTest, MissingTemplateIsFileNotFound) {
   std::filesystem::remove(directory_ / "cybersource_form.html");
   try {
