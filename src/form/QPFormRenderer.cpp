@@ -28,19 +28,191 @@ char lowerASCII(char c) {
   return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
 }
 
+// A height in whole pixels, for any double: cut toward zero, negative and NaN give 0, and very
+// large heights are capped (a plain cast is undefined beyond the range of int).
+int wholePixels(double height) {
+  constexpr double kLargest = 1 << 20;
+  if (!(height > 0)) return 0;
+  return static_cast<int>(std::min(height, kLargest));
+}
+
 std::string inQuotes(const std::string& text) {
   return "\"" + text + "\"";
 }
 
-// Removes every line feed, then puts a backslash before every double quote, so that the CSS
-// fits into a double-quoted script string.
-std::string escapedForScriptString(const std::string& css) {
+// Puts a backslash before what would end or change a double-quoted script string, and writes
+// "<" and the line terminators as escapes so that no value can close the script element.
+// Ordinary values (no quote, backslash, "<" or control character) stay as they are.
+std::string escapedInScriptString(std::string_view text) {
   std::string result;
-  result.reserve(css.size());
-  for (char c : css) {
-    if (c == '\n') continue;
-    if (c == '"') result.push_back('\\');
-    result.push_back(c);
+  result.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c == '"' || c == '\\') {
+      result.push_back('\\');
+      result.push_back(static_cast<char>(c));
+    } else if (c == '<') {
+      result += "\\u003C";
+    } else if (c == '\n') {
+      result += "\\n";
+    } else if (c == '\r') {
+      result += "\\r";
+    } else if (c < 0x20 || c == 0x7F) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04X", c);
+      result += escape;
+    } else if (c == 0xE2 && i + 2 < text.size() && static_cast<unsigned char>(text[i + 1]) == 0x80 &&
+               (static_cast<unsigned char>(text[i + 2]) == 0xA8 ||
+                static_cast<unsigned char>(text[i + 2]) == 0xA9)) {
+      result += static_cast<unsigned char>(text[i + 2]) == 0xA8 ? "\\u2028" : "\\u2029";  // line terminators
+      i += 2;
+    } else {
+      result.push_back(static_cast<char>(c));
+    }
+  }
+  return result;
+}
+
+// Removes every line feed, then escapes the rest for a double-quoted script string (a double
+// quote gets its backslash), so that the CSS fits into one.
+std::string escapedForScriptString(const std::string& css) {
+  std::string withoutLineFeeds;
+  withoutLineFeeds.reserve(css.size());
+  for (char c : css)
+    if (c != '\n') withoutLineFeeds.push_back(c);
+  return escapedInScriptString(withoutLineFeeds);
+}
+
+// Where a placeholder stands in the page, judged from the template's own text around it.
+enum class Place { Text, Attribute, Script, Style };
+
+// Escapes a value for its place: a double-quoted script string, a style element, a quoted
+// attribute value, or text. Values that are script code rather than a string (flags, the quoted
+// option codes, placeholder members, pre-escaped CSS) only lose the "<" that could end their
+// element. Ordinary values come out byte for byte.
+std::string escapedFor(Place place, std::string_view value, bool code) {
+  if (place == Place::Script && !code) return escapedInScriptString(value);
+  std::string result;
+  result.reserve(value.size());
+  for (char c : value) {
+    if (c == '<') {
+      result += place == Place::Script  ? "\\u003C"
+                : place == Place::Style ? "\\3C "  // CSS's escape: "</style>" cannot end the element
+                                        : "&lt;";
+    } else if (place == Place::Attribute && !code && c == '"') {
+      result += "&quot;";
+    } else if (place == Place::Attribute && !code && c == '\'') {
+      result += "&#39;";
+    } else {
+      result.push_back(c);
+    }
+  }
+  return result;
+}
+
+// Follows the template's markup while it is copied: inside a tag (and its quoted attribute
+// values), inside a script or style element, or in text. Only the template's own characters
+// are fed, never the values put into it.
+class MarkupState {
+ public:
+  Place place() const {
+    if (inTag_) return Place::Attribute;
+    if (rawElement_ == "script") return Place::Script;
+    if (rawElement_ == "style") return Place::Style;
+    return Place::Text;
+  }
+
+  void feed(std::string_view text, std::size_t at) {
+    const char c = text[at];
+    if (inComment_) {
+      if (c == '>' && at >= 2 && text[at - 1] == '-' && text[at - 2] == '-') inComment_ = false;
+      return;
+    }
+    if (inTag_) {
+      if (quote_ != 0) {
+        if (c == quote_) quote_ = 0;
+      } else if (c == '"' || c == '\'') {
+        quote_ = c;
+      } else if (c == '>') {
+        inTag_ = false;
+        if (tagName_ == "script" || tagName_ == "style") rawElement_ = tagName_;
+        if (tagName_ == "/script" || tagName_ == "/style") rawElement_.clear();
+      } else if (readingName_ &&
+                 (std::isalnum(static_cast<unsigned char>(c)) || (c == '/' && tagName_.empty()))) {
+        tagName_.push_back(lowerASCII(c));
+      } else {
+        readingName_ = false;
+      }
+      return;
+    }
+    if (c != '<' || at + 1 >= text.size()) return;
+    const char next = text[at + 1];
+    if (!rawElement_.empty()) {
+      // In a script or style element only its own end tag is markup.
+      const std::string closing = "</" + rawElement_;
+      if (findIgnoringCaseAt(text, closing, at)) startTag();
+      return;
+    }
+    if (text.substr(at, 4) == "<!--") {
+      inComment_ = true;  // quotes in a comment mean nothing
+    } else if (std::isalpha(static_cast<unsigned char>(next)) || next == '/' || next == '!') {
+      startTag();
+    }
+  }
+
+ private:
+  static bool findIgnoringCaseAt(std::string_view text, std::string_view needle, std::size_t at) {
+    return QPFormRenderer::findIgnoringCase(text.substr(0, at + needle.size()), needle, at) == at;
+  }
+  void startTag() {
+    inTag_ = true;
+    readingName_ = true;
+    quote_ = 0;
+    tagName_.clear();
+  }
+
+  bool inComment_ = false;
+  bool inTag_ = false;
+  bool readingName_ = false;
+  char quote_ = 0;
+  std::string tagName_;
+  std::string rawElement_;  // "script" or "style" while inside one
+};
+
+struct Fill {
+  std::string_view placeholder;
+  std::string value;
+  bool code = false;  // script code, not a string (see `escapedFor`)
+};
+
+// Fills every placeholder in one pass over the template: a value put into the page is never
+// searched for placeholders again, so the cost is linear in the page's size. Placeholders are
+// found without regard to letter case; when two fills share a placeholder the first one wins.
+std::string filled(std::string_view page, const std::vector<Fill>& fills) {
+  std::string result;
+  result.reserve(page.size());
+  MarkupState markup;
+  std::size_t at = 0;
+  while (at < page.size()) {
+    const Fill* match = nullptr;
+    if (page[at] == '{' || page[at] == '_') {
+      for (const Fill& fill : fills) {
+        if (page.size() - at >= fill.placeholder.size() &&
+            QPFormRenderer::findIgnoringCase(page.substr(at, fill.placeholder.size()), fill.placeholder) ==
+                0) {
+          match = &fill;
+          break;
+        }
+      }
+    }
+    if (match != nullptr) {
+      result += escapedFor(markup.place(), match->value, match->code);
+      at += match->placeholder.size();
+      continue;
+    }
+    markup.feed(page, at);
+    result.push_back(page[at]);
+    ++at;
   }
   return result;
 }
@@ -352,6 +524,8 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
   const std::string storable = configuration.showStorePaymentMethod ? "true" : "false";
   const std::string apiURL = configuration.apiURL.value_or("");
   std::string providerName;
+  // Provider-specific fills come first: they win over the common ones of the same placeholder.
+  std::vector<Fill> fills;
   if (provider == QPPaymentProviderPayon) {
     for (const auto& [from, to] : {std::pair{"zh", "cn"}, std::pair{"cs", "cz"}, std::pair{"el", "gr"}}) {
       if (locale.starts_with(from)) {
@@ -361,25 +535,25 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
     }
     rendered.apiURL = widgetURL;
   } else if (provider == QPPaymentProviderPayPal) {
-    replaceAllIgnoringCase(html, "{{{locale}}}", environment.localeFull);
-    replaceAllIgnoringCase(html, "{{{successURL}}}", deployment.payPalSuccessURL);
-    replaceAllIgnoringCase(html, "{{{cancelURL}}}", deployment.payPalCancelURL);
+    fills.push_back({"{{{locale}}}", environment.localeFull});
+    fills.push_back({"{{{successURL}}}", deployment.payPalSuccessURL});
+    fills.push_back({"{{{cancelURL}}}", deployment.payPalCancelURL});
   } else if (isFormServiceProvider(provider)) {
-    std::string optionCodes = inQuotes(paymentCode);
+    std::string optionCodes = inQuotes(escapedInScriptString(paymentCode));
     if (provider != QPPaymentProviderSepa && options.size() >= 2) {
       optionCodes.clear();
-      for (const std::string& code : options) optionCodes += "," + inQuotes(code);
+      for (const std::string& code : options) optionCodes += "," + inQuotes(escapedInScriptString(code));
       optionCodes.erase(0, 1);
       rendered.paymentCode.reset();
     }
-    replaceAllIgnoringCase(html, "{{{authorizationToken}}}", authorizationToken);
+    fills.push_back({"{{{authorizationToken}}}", authorizationToken});
     const bool cyberSource =
         provider == QPPaymentProviderCyberSource || provider == QPPaymentProviderCyberSourceTokenEx;
     const std::string formURL = cyberSource ? apiURL + "cybersource/paymentform" : apiURL;
     css = escapedForScriptString(css + brandCSS());
-    replaceAllIgnoringCase(html, "{{{paymentFormUrl}}}", formURL);
-    replaceAllIgnoringCase(html, "__paymentOptionCodes__", optionCodes);
-    replaceAllIgnoringCase(html, "__iframeCss__", css);
+    fills.push_back({"{{{paymentFormUrl}}}", formURL});
+    fills.push_back({"__paymentOptionCodes__", optionCodes, true});
+    fills.push_back({"__iframeCss__", css, true});
     providerName = cyberSource                          ? "cyber"
                    : provider == QPPaymentProviderVesta ? "vesta"
                    : provider == QPPaymentProviderSepa  ? "sepa"
@@ -387,7 +561,7 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
   }
 
   const double height = environment.viewHeight < 1.0 ? environment.screenHeight : environment.viewHeight;
-  const std::string formHeight = std::to_string(static_cast<int>(height)) + "px";
+  const std::string formHeight = std::to_string(wholePixels(height)) + "px";
   auto text = [&environment](std::string_view key) {
     return environment.text ? environment.text(key) : std::string(key);
   };
@@ -398,18 +572,18 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
     const QPPayPalButtonStyle button = formStyle && formStyle->paypalButtonStyle()
                                            ? *formStyle->paypalButtonStyle()
                                            : QPPayPalButtonStyle::initDefault();
-    replaceAllIgnoringCase(html, "{{{paypalButtonSize}}}", button.getButtonSizeAsString());
-    replaceAllIgnoringCase(html, "{{{paypalButtonColor}}}", button.getButtonColorAsString());
-    replaceAllIgnoringCase(html, "{{{paypalButtonShape}}}", button.getButtonShapeAsString());
-    replaceAllIgnoringCase(html, "{{{paypalButtonLabel}}}", button.getButtonLabelAsString());
-    replaceAllIgnoringCase(html, "{{{paypalButtonTagline}}}", button.getButtonTaglineAsString());
-    replaceAllIgnoringCase(html, "{{{paypalScriptUrl}}}", deployment.payPalScriptURL);
+    fills.push_back({"{{{paypalButtonSize}}}", button.getButtonSizeAsString()});
+    fills.push_back({"{{{paypalButtonColor}}}", button.getButtonColorAsString()});
+    fills.push_back({"{{{paypalButtonShape}}}", button.getButtonShapeAsString()});
+    fills.push_back({"{{{paypalButtonLabel}}}", button.getButtonLabelAsString()});
+    fills.push_back({"{{{paypalButtonTagline}}}", button.getButtonTaglineAsString()});
+    fills.push_back({"{{{paypalScriptUrl}}}", deployment.payPalScriptURL});
   }
 
-  const std::pair<std::string_view, std::string> substitutions[] = {
+  const Fill common[] = {
       {"{{{payment_form_version}}}", formVersion()},
-      {"__useTokenEx__", provider == QPPaymentProviderCyberSourceTokenEx ? "true" : "false"},
-      {"__isStorable__", storable},
+      {"__useTokenEx__", provider == QPPaymentProviderCyberSourceTokenEx ? "true" : "false", true},
+      {"__isStorable__", storable, true},
       {"{{{paymentProvider}}}", providerName},
       {"{{{submitButtonTitle}}}", submitTitle},
       {"{{{locale}}}", locale},
@@ -420,22 +594,50 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
       {"{{{callbackUrl}}}", callbackURL},
       {"{{{brands}}}", brands},
       {"{{{cssStyles}}}", css},
-      {"{{{cardNumberPlaceholderJson}}}", cardNumberPlaceholder},
-      {"{{{cvvPlaceholderJson}}}", cvvPlaceholder},
+      {"{{{cardNumberPlaceholderJson}}}", cardNumberPlaceholder, true},
+      {"{{{cvvPlaceholderJson}}}", cvvPlaceholder, true},
       {"{{validationErrorInvalidIbanCountry}}", text("iban_country_warning")},
       {"{{validationErrorCardHolder}}", text("invalid_card_holder")},
       {"{{validationErrorAccountHolder}}", text("invalid_account_holder")},
       {"{{storePaymentMethodText}}", text("store_payment_option")},
   };
-  for (const auto& [placeholder, value] : substitutions) replaceAllIgnoringCase(html, placeholder, value);
+  fills.insert(fills.end(), std::begin(common), std::end(common));
 
+  // Sections are switched in the template itself, before any value is in it.
   setHtmlPartWithName("{{#showCVVHint}}", html, showCVVHint);
   setHtmlPartWithName("{{#useBrandDetection}}", html, brandDetection);
   setHtmlPartWithName("{{#showStorePaymentMethod}}", html, configuration.showStorePaymentMethod);
 
-  rendered.html = std::move(html);
+  rendered.html = filled(html, fills);
   rendered.url = rendered.apiURL.value_or("");
   return rendered;
+}
+
+std::shared_ptr<OnBeforeSubmitObj> QPFormRenderer::beforeSubmitArguments(
+    const std::optional<boost::json::object>& args, const std::optional<std::string>& paymentCode) {
+  auto arguments = std::make_shared<OnBeforeSubmitObj>();
+  if (args) {
+    boost::json::object copy = *args;
+    auto text = [&copy](const char* key) -> std::optional<std::string> {
+      const boost::json::value* value = copy.if_contains(key);
+      if (value == nullptr || !value->is_string()) return std::nullopt;
+      return std::string(value->get_string());
+    };
+    if (const boost::json::value* holder = args->if_contains("bankAccount.holder")) {
+      copy["accountHolder"] = *holder;
+      copy.erase("bankAccount.holder");
+      // The IBAN moves only together with the holder.
+      if (const boost::json::value* iban = args->if_contains("bankAccount.iban")) copy["iban"] = *iban;
+      copy.erase("bankAccount.iban");
+    }
+    arguments->setAccountHolder(text("accountHolder"));
+    std::optional<std::string> iban = text("iban");
+    if (iban) std::erase(*iban, ' ');
+    arguments->setIban(iban);
+    arguments->setOriginArgs(copy);
+  }
+  arguments->setPaymentOptionCode(paymentCode);
+  return arguments;
 }
 
 QPFormDeployment QPFormDeployment::forBaseURL(const std::string& baseURL) {

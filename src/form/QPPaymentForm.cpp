@@ -700,28 +700,7 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     }
     onBeforeSubmitDict = args;
     if (onBeforeSubmitCallbackWithArg) {
-      auto arguments = std::make_shared<OnBeforeSubmitObj>();
-      if (args) {
-        boost::json::object copy = *args;
-        auto text = [&copy](const char* key) -> std::optional<std::string> {
-          const boost::json::value* value = copy.if_contains(key);
-          if (value == nullptr || !value->is_string()) return std::nullopt;
-          return std::string(value->get_string());
-        };
-        if (const boost::json::value* holder = args->if_contains("bankAccount.holder")) {
-          copy["accountHolder"] = *holder;
-          copy.erase("bankAccount.holder");
-          // The IBAN moves only together with the holder.
-          if (const boost::json::value* iban = args->if_contains("bankAccount.iban")) copy["iban"] = *iban;
-          copy.erase("bankAccount.iban");
-        }
-        arguments->setAccountHolder(text("accountHolder"));
-        std::optional<std::string> iban = text("iban");
-        if (iban) std::erase(*iban, ' ');
-        arguments->setIban(iban);
-        arguments->setOriginArgs(copy);
-      }
-      arguments->setPaymentOptionCode(paymentCode);
+      std::shared_ptr<OnBeforeSubmitObj> arguments = QPFormRenderer::beforeSubmitArguments(args, paymentCode);
       BeforeSubmitCallbackWithArg callback = onBeforeSubmitCallbackWithArg;
       callback(arguments);
       if (arguments->isSubmitPrevented()) return std::nullopt;

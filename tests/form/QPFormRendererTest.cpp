@@ -4,6 +4,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <limits>
 #include <stdexcept>
 
 #include "brivane/form/QPFormRenderer.h"
@@ -380,6 +382,45 @@ TEST_F(QPFormRenderTest, FormHeightFallsBackToTheScreen) {
   EXPECT_THAT(render(validConfiguration(), {"VISA"}).html, HasSubstr("height=1px\n"));
 }
 
+TEST_F(QPFormRenderTest, AnyHeightGivesWholePixels) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  struct Case {
+    double view;
+    double screen;
+    const char* expected;
+  } cases[] = {
+      {-1.7e308, 900, "height=900px\n"},
+      {-1.7e308, -1.7e308, "height=0px\n"},
+      {-std::numeric_limits<double>::infinity(), -1, "height=0px\n"},
+      {0, 1e300, "height=1048576px\n"},
+      {1e300, 0, "height=1048576px\n"},
+      {nan, 900, "height=0px\n"},
+      {0, nan, "height=0px\n"},
+      {2.5e9, 0, "height=1048576px\n"},
+  };
+  for (const Case& c : cases) {
+    environment_.viewHeight = c.view;
+    environment_.screenHeight = c.screen;
+    EXPECT_THAT(render(validConfiguration(), {"VISA"}).html, HasSubstr(c.expected))
+        << c.view << " " << c.screen;
+  }
+}
+
+TEST_F(QPFormRenderTest, EachPlaceHasItsEscaping) {
+  std::ofstream(directory_ / "payon_form.html")
+      << "<!-- the shop's page --><p title='{{{token}}}' data-x=\"{{{token}}}\">{{{token}}}</p>\n"
+         "<style>.a{font-family:\"{{{token}}}\"}</style>\n"
+         "<script>var t = \"{{{token}}}\"; if (a < b) {}</script>{{{token}}}\n";
+  const std::string token = "a\"b'c<d\\e";
+  const std::string html =
+      QPFormRenderer::render(validConfiguration(), {"VISA"}, token, nullptr, deployment_, environment_).html;
+  EXPECT_EQ(html,
+            "<!-- the shop's page --><p title='a&quot;b&#39;c&lt;d\\e' data-x=\"a&quot;b&#39;c&lt;d\\e\">"
+            "a\"b'c&lt;d\\e</p>\n"
+            "<style>.a{font-family:\"a\"b'c\\3C d\\e\"}</style>\n"
+            "<script>var t = \"a\\\"b'c\\u003Cd\\\\e\"; if (a < b) {}</script>a\"b'c&lt;d\\e\n");
+}
+
 TEST_F(QPFormRenderTest, MissingTemplateIsFileNotFound) {
   std::filesystem::remove(directory_ / "cybersource_form.html");
   try {
@@ -409,6 +450,121 @@ TEST(QPFormBundleTemplates, NoPlaceholderIsLeftAndVersionIsStamped) {
     }
     EXPECT_THAT(page.html, HasSubstr("7.6.0")) << provider;
     EXPECT_THAT(page.html, HasSubstr("jsFunction: ObjC_onBeforeSubmit")) << provider;
+  }
+}
+
+}  // namespace
+}  // namespace brivane
+
+namespace brivane {
+namespace {
+
+std::size_t occurrences(const std::string& text, std::string_view needle) {
+  std::size_t count = 0;
+  for (std::size_t at = QPFormRenderer::findIgnoringCase(text, needle); at != std::string::npos;
+       at = QPFormRenderer::findIgnoringCase(text, needle, at + 1))
+    ++count;
+  return count;
+}
+
+// The element structure of a page: how many script and style elements open and close.
+std::string structure(const std::string& html) {
+  return std::to_string(occurrences(html, "<script")) + "/" + std::to_string(occurrences(html, "</script")) +
+         " " + std::to_string(occurrences(html, "<style")) + "/" +
+         std::to_string(occurrences(html, "</style"));
+}
+
+// Every value that reaches the bundle's pages, one at a time hostile, on every template: the
+// page keeps its elements and the value never appears unescaped.
+TEST(QPFormBundleTemplates, HostileValuesStayInTheirPlace) {
+  const std::string hostile =
+      "x\"});alert(document.cookie);//'\"></script><script>alert(1)</script></style>\n\\";
+  struct Input {
+    std::string token = "tok";
+    QPRenderEnvironment environment = QPRenderEnvironment::current();
+    QPFormDeployment deployment = QPFormDeployment::forBaseURL("https://forms.example");
+    std::string apiURL = "https://forms.example/api/";
+    std::shared_ptr<QPFormStyle> style = std::make_shared<QPFormStyle>();
+  };
+  struct Row {
+    const char* name;
+    std::function<void(Input&)> make;
+    bool quoteMayStay;  // CSS text: a quote stays a quote inside the style element
+  } rows[] = {
+      {"token", [&](Input& in) { in.token = hostile; }, false},
+      {"locale", [&](Input& in) { in.environment.locale = hostile; }, false},
+      {"localeFull", [&](Input& in) { in.environment.localeFull = hostile; }, false},
+      {"texts", [&](Input& in) { in.environment.text = [&](std::string_view) { return hostile; }; }, true},
+      {"apiURL", [&](Input& in) { in.apiURL = hostile + "/"; }, false},
+      {"deployment", [&](Input& in) { in.deployment = QPFormDeployment::forBaseURL(hostile); }, false},
+      {"font name",
+       [&](Input& in) { in.style->paymentFormInputStyle()->editTextFontStyle()->setFontName(hostile); },
+       true},
+      {"class name", [&](Input& in) { in.style->paymentFormCardNumberInputStyle()->setClassName(hostile); },
+       true},
+  };
+  const std::pair<std::uint64_t, std::vector<std::string>> pages[] = {
+      {0, {"VISA"}}, {0, {"VISA", "MSTRCRD"}}, {2, {"PAYPAL"}},  {3, {"VISA", "AMEX"}},
+      {4, {"VISA"}}, {5, {"MSTRO"}},           {6, {"BNKACCT"}}, {7, {"VISA"}}};
+  for (const auto& [provider, options] : pages) {
+    auto renderWith = [&](const Input& in) {
+      QPFormConfiguration configuration = validConfiguration(provider);
+      configuration.apiURL = in.apiURL;
+      return QPFormRenderer::render(configuration, options, in.token, in.style, in.deployment, in.environment)
+          .html;
+    };
+    const std::string ordinary = structure(renderWith(Input()));
+    for (const Row& row : rows) {
+      Input in;
+      row.make(in);
+      const std::string html = renderWith(in);
+      EXPECT_EQ(structure(html), ordinary) << row.name << " on provider " << provider;
+      EXPECT_THAT(html, Not(HasSubstr("</script><script>alert(1)")))
+          << row.name << " on provider " << provider;
+      if (!row.quoteMayStay) {
+        EXPECT_THAT(html, Not(HasSubstr("x\"}"))) << row.name << " on provider " << provider;
+      }
+    }
+  }
+}
+
+TEST(QPFormBundleTemplates, TheTokenLandsEscapedForItsPlace) {
+  const QPRenderEnvironment environment = QPRenderEnvironment::current();
+  const auto deployment = QPFormDeployment::forBaseURL("https://forms.example");
+  const std::string paypal =
+      QPFormRenderer::render(validConfiguration(QPPaymentProviderPayPal), {"PAYPAL"},
+                             "x\"});alert(document.cookie);//", nullptr, deployment, environment)
+          .html;
+  EXPECT_THAT(paypal, HasSubstr(R"(token: "x\"});alert(document.cookie);//",)"));
+  const std::string card =
+      QPFormRenderer::render(validConfiguration(QPPaymentProviderPayon), {"VISA"},
+                             "\"></script><script>alert(1)</script>", nullptr, deployment, environment)
+          .html;
+  EXPECT_THAT(card, HasSubstr("checkoutId=&quot;>&lt;/script>&lt;script>alert(1)&lt;/script>\""));
+  // Ordinary values are untouched, "&" in the callback URL included.
+  const std::string plain = QPFormRenderer::render(validConfiguration(QPPaymentProviderPayon), {"VISA"},
+                                                   "8ac7a4a1-tok.en_1", nullptr, deployment, environment)
+                                .html;
+  EXPECT_THAT(plain, HasSubstr("checkoutId=8ac7a4a1-tok.en_1\""));
+  EXPECT_THAT(plain, HasSubstr("?paymentOptionCode=VISA&authorizationToken=8ac7a4a1-tok.en_1\""));
+}
+
+TEST(QPFormBundleTemplates, FillingIsOnePassAndLinear) {
+  std::string token;
+  for (int i = 0; i < 6000; ++i) token += "{{{callbackUrl}}}";
+  const QPRenderEnvironment environment = QPRenderEnvironment::current();
+  const auto deployment = QPFormDeployment::forBaseURL("https://forms.example");
+  for (std::uint64_t provider : {QPPaymentProviderPayon, QPPaymentProviderPayPal, QPPaymentProviderVesta}) {
+    const std::vector<std::string> options = {provider == QPPaymentProviderPayPal ? "PAYPAL" : "VISA"};
+    const std::string small =
+        QPFormRenderer::render(validConfiguration(provider), options, "t", nullptr, deployment, environment)
+            .html;
+    const std::string page =
+        QPFormRenderer::render(validConfiguration(provider), options, token, nullptr, deployment, environment)
+            .html;
+    // The token's placeholders are kept as text, never filled: at most a few copies of the token.
+    EXPECT_LT(page.size(), small.size() + 3 * token.size()) << provider;
+    EXPECT_GE(occurrences(page, "{{{callbackUrl}}}"), 6000u) << provider;
   }
 }
 

@@ -60,6 +60,28 @@ class SandboxClient {
   std::unique_ptr<QPApiProvider> provider;
 };
 
+/// Serves a configured `httplib::Server` on a free loopback port from its own thread, one answer
+/// per connection, until destroyed. The server must outlive it.
+class ServerThread {
+ public:
+  explicit ServerThread(httplib::Server& server) : server_(server) {
+    server_.set_keep_alive_max_count(1);
+    port_ = server_.bind_to_any_port("127.0.0.1");
+    thread_ = std::thread([this] { server_.listen_after_bind(); });
+    while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::microseconds(50));
+  }
+  ~ServerThread() {
+    server_.stop();
+    thread_.join();
+  }
+  std::string baseUrl() const { return "http://127.0.0.1:" + std::to_string(port_); }
+
+ private:
+  httplib::Server& server_;
+  std::thread thread_;
+  int port_ = 0;
+};
+
 /// A loopback HTTP peer that answers every request with one scripted answer.
 class ScriptedServer {
  public:

@@ -91,9 +91,29 @@ TEST_F(BrivaneTool, CallReportsErrorsAsJSONWithExitOne) {
 
 TEST_F(BrivaneTool, UsageErrorsExitTwo) {
   for (const char* arguments :
-       {"", "nonsense", "call", "call settings nope", "call settings getCountries --set x",
-        "call settings getCountries --set onlyProgramCountries=maybe", "call settings getCountries --bogus 1",
-        "call auth getRefreshTokenWithToken --set a=b", "sandbox --port many", "demo extra"}) {
+       {"",
+        "nonsense",
+        "call",
+        "call settings nope",
+        "call settings getCountries --set x",
+        "call settings getCountries --set onlyProgramCountries=maybe",
+        "call settings getCountries --bogus 1",
+        "call auth getRefreshTokenWithToken --set a=b",
+        "sandbox --port many",
+        "demo extra",
+        "call settings getCountries --url ftp://127.0.0.1:1 --program X",
+        "call settings getCountries --url file:///etc/passwd",
+        "call settings getCountries --url 127.0.0.1:1",
+        "call auth getAccessTokenWithUserName --userName u --password-file /nonexistent/p --grantType g",
+        "call settings getCountries --token-file /nonexistent/t",
+        "style css --provider 8",
+        "style css --provider x",
+        "style css --provider 0 --style /nonexistent/style.json",
+        "form render --provider 8 --token T --api-url http://a/",
+        "form render --provider x",
+        "form render --mode 5 --token T --api-url http://a/",
+        "form render --mode one",
+        "form render --style /nonexistent/style.json --token T --api-url http://a/"}) {
     EXPECT_EQ(run(arguments).status, 2) << arguments;
   }
 }
@@ -149,6 +169,53 @@ TEST_F(BrivaneTool, FieldsARequestDoesNotHaveAreUsageErrors) {
                                 "call user validatePassword --userId u"}) {
     EXPECT_EQ(run(arguments).status, 2) << arguments;
   }
+}
+
+TEST_F(BrivaneTool, SecretsComeFromFilesStandardInputOrTheEnvironment) {
+  const std::filesystem::path file = std::filesystem::temp_directory_path() / "brivane-tool-test-password";
+  {
+    std::FILE* out = std::fopen(file.c_str(), "w");
+    ASSERT_NE(out, nullptr);
+    std::fputs("wrong-password\n", out);
+    std::fclose(out);
+  }
+  struct Case {
+    std::string command;
+    int status;
+    std::int64_t errorCode;  // 0: success
+  } cases[] = {
+      {"printf 'Demo-Pass-1\\n' | " + tool_.string() +
+           " call auth getAccessTokenWithUserName --userName demo@brivane.test --password-file - --grantType "
+           "password",
+       0, 0},
+      {tool_.string() +
+           " call auth getAccessTokenWithUserName --userName demo@brivane.test --password-file " +
+           file.string() + " --grantType password",
+       1, 1001},
+      {"BRIVANE_TOKEN=not-a-token " + tool_.string() + " call settings getCountries", 1, -1},
+      {"printf 'x\\n' | " + tool_.string() +
+           " call auth getAccessTokenWithUserName --userName u --password-file - --grantType g --token-file "
+           "-",
+       2, 0},
+  };
+  for (const Case& c : cases) {
+    FILE* pipe = popen((c.command + " 2>/dev/null").c_str(), "r");
+    std::string out;
+    std::array<char, 4096> buffer{};
+    std::size_t got;
+    while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) out.append(buffer.data(), got);
+    int raw = pclose(pipe);
+    ASSERT_TRUE(WIFEXITED(raw)) << c.command;
+    EXPECT_EQ(WEXITSTATUS(raw), c.status) << c.command << "\n" << out;
+    if (c.status == 1 && c.errorCode > 0) {
+      EXPECT_EQ(boost::json::parse(out).at("error").at("code"), c.errorCode);
+    } else if (c.status == 1) {
+      EXPECT_TRUE(boost::json::parse(out).at("error").is_object());
+    } else if (c.status == 0) {
+      EXPECT_TRUE(boost::json::parse(out).at("response").at("access_token").is_string());
+    }
+  }
+  std::filesystem::remove(file);
 }
 
 TEST_F(BrivaneTool, StandaloneSandboxServesUntilTerminated) {

@@ -1,9 +1,14 @@
+#include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "brivane/api/core/QPApiProvider.h"
+#include "brivane/api/core/QPFields.h"
 #include "brivane/commands.h"
 #include "brivane/operations.h"
 #include "brivane/options.h"
@@ -17,6 +22,11 @@ void printUsage(std::FILE* out) {
   std::fputs(
       "usage: brivane call FAMILY OPERATION [--url URL] [--program CODE] [--prefix TEXT] [--token TOKEN]\n"
       "                    [--NAME VALUE]... [--set FIELD=VALUE]...\n"
+      "\n"
+      "--url takes an http or https URL. Secrets need not be arguments (visible in the process list):\n"
+      "--password-file FILE and --token-file FILE read --password and --token from a file, '-' from\n"
+      "standard input (one trailing line break removed); without --token the bearer token is taken\n"
+      "from the environment variable BRIVANE_TOKEN when it is set.\n"
       "\n"
       "Without --url the call goes to an embedded sandbox, with its program code and a fresh token.\n"
       "--NAME VALUE passes an argument of the operation by its parameter name (for\n"
@@ -42,6 +52,51 @@ int usageError(const std::string& message) {
   return 2;
 }
 
+// Options whose value is a secret and may come from a file ("--NAME-file FILE", "-" for
+// standard input) instead of the command line.
+constexpr const char* kSecretOptions[] = {"password", "token"};
+
+// The contents of `path` ("-": standard input) without one trailing line break; nil when it
+// cannot be read.
+std::optional<std::string> readSecret(const std::string& path) {
+  std::FILE* file = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
+  if (file == nullptr) return std::nullopt;
+  std::string text;
+  char buffer[4096];
+  std::size_t read = 0;
+  while ((read = std::fread(buffer, 1, sizeof buffer, file)) > 0) text.append(buffer, read);
+  const bool failed = std::ferror(file) != 0;
+  if (file != stdin) std::fclose(file);
+  if (failed) return std::nullopt;
+  if (text.ends_with('\n')) text.pop_back();
+  if (text.ends_with('\r')) text.pop_back();
+  return text;
+}
+
+// Replaces every "--NAME-file FILE" of a secret option by "--NAME <contents>"; a usage error's
+// message when a file cannot be read or standard input is asked for twice.
+std::optional<std::string> readSecretFiles(std::vector<std::pair<std::string, std::string>>& named) {
+  bool stdinUsed = false;
+  for (auto& [name, value] : named) {
+    for (const char* secret : kSecretOptions) {
+      if (name != std::string(secret) + "-file") continue;
+      if (value == "-" && std::exchange(stdinUsed, true)) return "only one option can read standard input";
+      std::optional<std::string> contents = readSecret(value);
+      if (!contents) return "--" + name + ": cannot read '" + value + "'";
+      name = secret;
+      value = std::move(*contents);
+    }
+  }
+  return std::nullopt;
+}
+
+bool isHttpURL(const std::string& url) {
+  std::string scheme = url.substr(0, url.find(':'));
+  for (char& c : scheme) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return (scheme == "http" || scheme == "https") && url.compare(scheme.size(), 3, "://") == 0 &&
+         url.size() > scheme.size() + 3;
+}
+
 }  // namespace
 
 int runCall(const std::vector<std::string>& args) {
@@ -57,6 +112,7 @@ int runCall(const std::vector<std::string>& args) {
   if (operation == nullptr)
     return usageError("unknown operation '" + options.positional[0] + " " + options.positional[1] + "'");
 
+  if (auto problem = readSecretFiles(options.named)) return usageError(*problem);
   const std::set<std::string> parameters(operation->argumentNames.begin(), operation->argumentNames.end());
   CallInput input;
   QPApiProviderOption option;
@@ -71,6 +127,7 @@ int runCall(const std::vector<std::string>& args) {
       if (!operation->hasRequest) return usageError(operation->name + " takes no request fields");
       input.fieldValues.emplace_back(value.substr(0, equals), value.substr(equals + 1));
     } else if (name == "url") {
+      if (!isHttpURL(value)) return usageError("--url takes an http:// or https:// URL, not '" + value + "'");
       option.url = value;
     } else if (name == "program") {
       option.programCode = value;
@@ -81,6 +138,12 @@ int runCall(const std::vector<std::string>& args) {
     } else {
       return usageError("unknown option --" + name + " for " + operation->name);
     }
+  }
+
+  if (!bearer) {
+    if (const char* fromEnvironment = std::getenv("BRIVANE_TOKEN");
+        fromEnvironment != nullptr && *fromEnvironment)
+      bearer = std::string(fromEnvironment);
   }
 
   // Without a server of its own the call goes to an embedded sandbox, ready to answer.
@@ -122,7 +185,8 @@ int runCall(const std::vector<std::string>& args) {
   } else {
     printed["response"] = std::move(outcome->response);
   }
-  std::printf("%s\n", boost::json::serialize(printed).c_str());
+  // JSON has no text for infinities: a value kept as received prints them as null.
+  std::printf("%s\n", boost::json::serialize(fields::finiteOrNull(std::move(printed))).c_str());
   return outcome->error ? 1 : 0;
 }
 

@@ -107,11 +107,13 @@ std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest*
   }
   if (parsed.positional.size() > 1) return "unexpected argument '" + parsed.positional[1] + "'";
   QPFormConfiguration& configuration = request->configuration;
-  if (auto value = parsed.value("provider"); value && !parseNumber(*value, &configuration.paymentProvider)) {
+  if (auto value = parsed.value("provider");
+      value && (!parseNumber(*value, &configuration.paymentProvider) || configuration.paymentProvider > 7)) {
     return "--provider needs a number from 0 to 7";
   }
-  if (auto value = parsed.value("mode"); value && !parseNumber(*value, &configuration.mode)) {
-    return "--mode needs a number";
+  if (auto value = parsed.value("mode"); value && (!parseNumber(*value, &configuration.mode) ||
+                                                   configuration.mode < -1 || configuration.mode > 1)) {
+    return "--mode needs -1, 0 or 1";
   }
   if (auto value = parsed.value("provider-mode");
       value && !parseNumber(*value, &configuration.providerMode)) {

@@ -44,7 +44,9 @@ int runSandbox(const std::vector<std::string>& args) {
 
   sandbox::Sandbox server(config);
   if (!server.start()) {
-    std::fprintf(stderr, "brivane sandbox: cannot listen on %s:%d\n", config.host.c_str(), config.port);
+    std::fprintf(stderr,
+                 "brivane sandbox: cannot listen on %s:%d (the port is busy or the address is not local)\n",
+                 config.host.c_str(), config.port);
     return 1;
   }
   std::printf(

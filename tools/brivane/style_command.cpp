@@ -82,10 +82,7 @@ int runStyle(const std::vector<std::string>& args) {
   std::shared_ptr<QPFormStyle> style = std::make_shared<QPFormStyle>();
   if (stylePath) {
     QPFormStyleLoadResult loaded = formStyleFromJSONFile(*stylePath);
-    if (!loaded.ok()) {
-      std::fprintf(stderr, "brivane style: %s\n", loaded.error.c_str());
-      return 1;
-    }
+    if (!loaded.ok()) return usageError("--style: " + loaded.error);
     style = loaded.style;
   }
 

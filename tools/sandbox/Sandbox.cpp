@@ -341,6 +341,12 @@ void Sandbox::State::routeEverythingElse() {
 }
 
 bool Sandbox::State::bind() {
+  // Only SO_REUSEADDR (a restart may take a port whose old connections linger): with the
+  // library's default SO_REUSEPORT a second sandbox would share a busy port and its calls.
+  server.set_socket_options([](socket_t sock) {
+    int yes = 1;
+    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&yes), sizeof yes);
+  });
   if (options.port == 0) {
     int bound = server.bind_to_any_port(options.host);
     if (bound <= 0) return false;

@@ -98,6 +98,12 @@ class QPFormRenderer {
                                const std::shared_ptr<QPFormStyle>& formStyle,
                                const QPFormDeployment& deployment, const QPRenderEnvironment& environment);
 
+  /// The argument of the before-submit callback from the page's arguments (nil when the page
+  /// sent no JSON object): "bankAccount.holder" becomes "accountHolder" (and "bankAccount.iban"
+  /// "iban", only together with it), the IBAN loses its blanks, `paymentCode` is carried.
+  static std::shared_ptr<OnBeforeSubmitObj> beforeSubmitArguments(
+      const std::optional<boost::json::object>& args, const std::optional<std::string>& paymentCode);
+
   /// PayU's page: the token with its "lang=" parameter set to `locale`.
   static std::string payUURL(const std::string& token, const std::string& locale);
 

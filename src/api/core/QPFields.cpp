@@ -26,6 +26,8 @@ std::optional<QPNumber> numberOf(const boost::json::value& value) {
                  ? QPNumber(static_cast<std::int64_t>(value.get_uint64()))
                  : QPNumber(static_cast<double>(value.get_uint64()));
     case boost::json::kind::double_:
+      // The parser reads numbers beyond the double range as infinities; no field takes them.
+      if (!std::isfinite(value.get_double())) return std::nullopt;
       return QPNumber(value.get_double());
     case boost::json::kind::bool_:
       return QPNumber::boolean(value.get_bool());
@@ -46,7 +48,62 @@ std::string formatLocal(QPDate date, const char* format) {
 std::mutex logMutex;
 std::function<void(const std::string&)> logSink;
 
+// The model failures of the answer being filled on this thread (see `LogSummary`).
+struct PendingLog {
+  int depth = 0;
+  std::size_t count = 0;
+  std::string first;
+};
+thread_local PendingLog pendingLog;
+
+void write(const std::string& line) {
+  std::function<void(const std::string&)> sink;
+  {
+    std::lock_guard lock(logMutex);
+    sink = logSink;
+  }
+  if (sink) {
+    sink(line);
+    return;
+  }
+  g_log("BrivaneSDK", G_LOG_LEVEL_MESSAGE, "%s", line.c_str());
+}
+
 }  // namespace
+
+bool serialisable(const boost::json::value& value) {
+  switch (value.kind()) {
+    case boost::json::kind::double_:
+      return std::isfinite(value.get_double());
+    case boost::json::kind::array:
+      for (const auto& element : value.get_array())
+        if (!serialisable(element)) return false;
+      return true;
+    case boost::json::kind::object:
+      for (const auto& member : value.get_object())
+        if (!serialisable(member.value())) return false;
+      return true;
+    default:
+      return true;
+  }
+}
+
+boost::json::value finiteOrNull(boost::json::value value) {
+  switch (value.kind()) {
+    case boost::json::kind::double_:
+      if (!std::isfinite(value.get_double())) value = nullptr;
+      break;
+    case boost::json::kind::array:
+      for (auto& element : value.get_array()) element = finiteOrNull(std::move(element));
+      break;
+    case boost::json::kind::object:
+      for (auto& member : value.get_object()) member.value() = finiteOrNull(std::move(member.value()));
+      break;
+    default:
+      break;
+  }
+  return value;
+}
 
 std::string jsonText(const boost::json::value& value) {
   return boost::json::serialize(value);
@@ -101,16 +158,53 @@ std::string printLocalDateTime(QPDate date) {
 }
 
 void log(const std::string& line) {
-  std::function<void(const std::string&)> sink;
-  {
-    std::lock_guard lock(logMutex);
-    sink = logSink;
-  }
-  if (sink) {
-    sink(line);
+  if (pendingLog.depth > 0) {
+    if (pendingLog.count++ == 0) pendingLog.first = line;
     return;
   }
-  g_log("BrivaneSDK", G_LOG_LEVEL_MESSAGE, "%s", line.c_str());
+  write(line);
+}
+
+LogSummary::LogSummary() {
+  ++pendingLog.depth;
+}
+
+LogSummary::~LogSummary() {
+  if (--pendingLog.depth > 0 || pendingLog.count == 0) return;
+  std::string line = std::move(pendingLog.first);
+  if (pendingLog.count > 1)
+    line += " (and " + std::to_string(pendingLog.count - 1) + " more model failures in this answer)";
+  pendingLog = PendingLog{};
+  write(line);
+}
+
+std::string jsonTypeName(const boost::json::value& value) {
+  switch (value.kind()) {
+    case boost::json::kind::object:
+      return "a dictionary";
+    case boost::json::kind::array:
+      return "a list";
+    case boost::json::kind::string:
+      return "a text";
+    case boost::json::kind::int64:
+    case boost::json::kind::uint64:
+    case boost::json::kind::double_:
+      return "a number";
+    case boost::json::kind::bool_:
+      return "a truth value";
+    case boost::json::kind::null:
+      break;
+  }
+  return "null";
+}
+
+std::string keyForLog(std::string_view key) {
+  constexpr std::size_t kLongest = 64;
+  std::string text;
+  for (unsigned char c : key.substr(0, kLongest))
+    text.push_back(c < 0x20 || c == 0x7F ? '?' : static_cast<char>(c));
+  if (key.size() > kLongest) text += "...";
+  return text;
 }
 
 std::function<void(const std::string&)> setLogSink(std::function<void(const std::string&)> sink) {
@@ -130,7 +224,7 @@ bool Codec<std::optional<std::string>>::assign(std::optional<std::string>& field
     field = jsonText(value);
     return true;
   }
-  return fail(why, "expected a text, got " + jsonText(value));
+  return fail(why, "expected a text, got " + jsonTypeName(value));
 }
 boost::json::value Codec<std::optional<std::string>>::print(const std::optional<std::string>& field) {
   return field ? boost::json::value(*field) : boost::json::value(nullptr);
@@ -164,7 +258,7 @@ bool Codec<std::optional<QPNumber>>::assign(std::optional<QPNumber>& field, cons
       return true;
     }
   }
-  return fail(why, "expected a number, got " + jsonText(value));
+  return fail(why, "expected a number, got " + jsonTypeName(value));
 }
 boost::json::value Codec<std::optional<QPNumber>>::print(const std::optional<QPNumber>& field) {
   if (!field) return nullptr;
@@ -186,14 +280,15 @@ std::optional<boost::json::value> Codec<std::optional<QPNumber>>::param(const st
 }
 bool Codec<std::optional<QPNumber>>::parse(std::optional<QPNumber>& field, std::string_view text,
                                            std::string* why) {
-  return assign(field, boost::json::value(text), why);
+  if (assign(field, boost::json::value(text), nullptr)) return true;
+  return fail(why, "expected a number, got '" + std::string(text) + "'");
 }
 
 // Plain flags.
 bool Codec<bool>::assign(bool& field, const boost::json::value& value, std::string* why) {
   std::optional<QPNumber> number;
   if (!Codec<std::optional<QPNumber>>::assign(number, value, nullptr))
-    return fail(why, "expected true or false, got " + jsonText(value));
+    return fail(why, "expected true or false, got " + jsonTypeName(value));
   field = number->boolValue();
   return true;
 }
@@ -216,7 +311,7 @@ bool Codec<std::int64_t>::assign(std::int64_t& field, const boost::json::value& 
   std::optional<QPNumber> number;
   if (!Codec<std::optional<QPNumber>>::assign(number, value, nullptr) ||
       number->kind() == QPNumber::Kind::Real)
-    return fail(why, "expected a whole number, got " + jsonText(value));
+    return fail(why, "expected a whole number, got " + jsonTypeName(value));
   field = number->int64Value();
   return true;
 }
@@ -229,7 +324,8 @@ std::optional<boost::json::value> Codec<std::int64_t>::param(const std::int64_t&
   return boost::json::value(std::to_string(field));
 }
 bool Codec<std::int64_t>::parse(std::int64_t& field, std::string_view text, std::string* why) {
-  return assign(field, boost::json::value(text), why);
+  if (assign(field, boost::json::value(text), nullptr)) return true;
+  return fail(why, "expected a whole number, got '" + std::string(text) + "'");
 }
 
 // 32-bit integers: as the 64-bit ones, refusing values outside the range.
@@ -254,7 +350,7 @@ bool Codec<int>::parse(int& field, std::string_view text, std::string* why) {
 bool Codec<double>::assign(double& field, const boost::json::value& value, std::string* why) {
   std::optional<QPNumber> number;
   if (!Codec<std::optional<QPNumber>>::assign(number, value, nullptr))
-    return fail(why, "expected a number, got " + jsonText(value));
+    return fail(why, "expected a number, got " + jsonTypeName(value));
   field = number->doubleValue();
   return true;
 }
@@ -265,7 +361,8 @@ std::optional<boost::json::value> Codec<double>::param(const double&, QPParamEnc
   return std::nullopt;
 }
 bool Codec<double>::parse(double& field, std::string_view text, std::string* why) {
-  return assign(field, boost::json::value(text), why);
+  if (assign(field, boost::json::value(text), nullptr)) return true;
+  return fail(why, "expected a number, got '" + std::string(text) + "'");
 }
 
 // Dates.
@@ -277,7 +374,7 @@ bool Codec<std::optional<QPDate>>::assign(std::optional<QPDate>& field, const bo
       return true;
     }
   }
-  return fail(why, "expected a date yyyy-MM-ddTHH:mm:ss, got " + jsonText(value));
+  return fail(why, "expected a date yyyy-MM-ddTHH:mm:ss, got " + jsonTypeName(value));
 }
 boost::json::value Codec<std::optional<QPDate>>::print(const std::optional<QPDate>& field) {
   return field ? boost::json::value(printLocalDateTime(*field)) : boost::json::value(nullptr);
@@ -290,12 +387,14 @@ std::optional<boost::json::value> Codec<std::optional<QPDate>>::param(const std:
 }
 bool Codec<std::optional<QPDate>>::parse(std::optional<QPDate>& field, std::string_view text,
                                          std::string* why) {
-  return assign(field, boost::json::value(text), why);
+  if (assign(field, boost::json::value(text), nullptr)) return true;
+  return fail(why, "expected a date yyyy-MM-ddTHH:mm:ss, got '" + std::string(text) + "'");
 }
 
 // Values kept as received.
 bool Codec<std::optional<boost::json::value>>::assign(std::optional<boost::json::value>& field,
-                                                      const boost::json::value& value, std::string*) {
+                                                      const boost::json::value& value, std::string* why) {
+  if (!serialisable(value)) return fail(why, "a number beyond the range of JSON's numbers");
   field = value;
   return true;
 }
@@ -316,28 +415,6 @@ bool Codec<std::optional<boost::json::value>>::parse(std::optional<boost::json::
   return true;
 }
 
-namespace {
-
-// True when every number below `value` is finite: JSON has no text for the others.
-bool serialisable(const boost::json::value& value) {
-  switch (value.kind()) {
-    case boost::json::kind::double_:
-      return std::isfinite(value.get_double());
-    case boost::json::kind::array:
-      for (const auto& element : value.get_array())
-        if (!serialisable(element)) return false;
-      return true;
-    case boost::json::kind::object:
-      for (const auto& member : value.get_object())
-        if (!serialisable(member.value())) return false;
-      return true;
-    default:
-      return true;
-  }
-}
-
-}  // namespace
-
 std::optional<boost::json::value> criteriaParam(const std::optional<boost::json::object>& criteria) {
   if (!criteria) return std::nullopt;
   boost::json::array list;
@@ -354,7 +431,8 @@ std::optional<boost::json::value> criteriaParam(const std::optional<boost::json:
 // Dictionaries.
 bool Codec<std::optional<boost::json::object>>::assign(std::optional<boost::json::object>& field,
                                                        const boost::json::value& value, std::string* why) {
-  if (!value.is_object()) return fail(why, "expected a dictionary, got " + jsonText(value));
+  if (!value.is_object()) return fail(why, "expected a dictionary, got " + jsonTypeName(value));
+  if (!serialisable(value)) return fail(why, "a number beyond the range of JSON's numbers");
   field = value.get_object();
   return true;
 }

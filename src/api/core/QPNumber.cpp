@@ -14,6 +14,14 @@ QPNumber QPNumber::boolean(bool value) {
   return number;
 }
 
+std::int64_t QPNumber::saturatedInteger(double value) {
+  constexpr double kTwoTo63 = 9223372036854775808.0;
+  if (std::isnan(value)) return 0;
+  if (value >= kTwoTo63) return std::numeric_limits<std::int64_t>::max();
+  if (value <= -kTwoTo63) return std::numeric_limits<std::int64_t>::min();
+  return static_cast<std::int64_t>(value);
+}
+
 std::optional<QPNumber> QPNumber::parse(std::string_view text) {
   if (text.empty()) return std::nullopt;
   const char* begin = text.data();

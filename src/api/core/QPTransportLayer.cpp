@@ -27,6 +27,14 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
   return true;
 }
 
+// Headers whose values are credentials or session state: descriptions show only their names.
+bool isSecretHeader(std::string_view name) {
+  for (std::string_view secret : {"Set-Cookie", "Set-Cookie2", "Cookie", "Authorization",
+                                  "Proxy-Authorization", "WWW-Authenticate", "Proxy-Authenticate"})
+    if (equalsIgnoringCase(name, secret)) return true;
+  return false;
+}
+
 // Characters a URL may carry as they are; every other byte is percent-escaped so that the text
 // parses as a URL (blanks, quotes, braces, non-ASCII). Existing escapes are left alone.
 bool allowedInURL(unsigned char c) {
@@ -116,9 +124,11 @@ std::int64_t integerOf(const boost::json::value& value) {
     case boost::json::kind::int64:
       return value.get_int64();
     case boost::json::kind::uint64:
-      return static_cast<std::int64_t>(value.get_uint64());
+      return value.get_uint64() > static_cast<std::uint64_t>(INT64_MAX)
+                 ? INT64_MAX
+                 : static_cast<std::int64_t>(value.get_uint64());
     case boost::json::kind::double_:
-      return static_cast<std::int64_t>(value.get_double());
+      return QPNumber::saturatedInteger(value.get_double());
     case boost::json::kind::bool_:
       return value.get_bool() ? 1 : 0;
     default:
@@ -146,6 +156,18 @@ std::optional<boost::json::value> parseJSON(const std::string& body, std::option
     std::string text = body.empty() ? "The answer has no body to read as JSON."
                                     : "The answer is not valid JSON: " + ec.message() + ".";
     *error = QPError(std::string(QPErrorDomainJSON), ec.value(), std::move(text));
+  }
+  return std::nullopt;
+}
+
+// The first field of a raw form body whose key or value holds a separator ("&" or "="); the
+// key as messages may show it ("(a key)" when the key itself holds one).
+std::optional<std::string> unsendableFormKey(const std::optional<QPFormParams>& params) {
+  if (!params) return std::nullopt;
+  auto separated = [](std::string_view text) { return text.find_first_of("&=") != std::string_view::npos; };
+  for (const auto& [key, value] : *params) {
+    if (separated(key)) return std::string("(a key)");
+    if (separated(value)) return key;
   }
   return std::nullopt;
 }
@@ -183,8 +205,10 @@ std::optional<std::string> QPHTTPResponse::valueForHTTPHeaderField(std::string_v
 std::string QPHTTPResponse::description() const {
   std::ostringstream out;
   out << "<QPHTTPResponse> { URL: " << url << " } { Status Code: " << statusCode << ", Headers {";
-  for (std::size_t i = 0; i < headerFields.size(); ++i)
-    out << (i == 0 ? " " : ", ") << headerFields[i].first << ": " << headerFields[i].second;
+  for (std::size_t i = 0; i < headerFields.size(); ++i) {
+    const auto& [field, value] = headerFields[i];
+    out << (i == 0 ? " " : ", ") << field << ": " << (isSecretHeader(field) ? "(hidden)" : value);
+  }
   out << " } }";
   return out.str();
 }
@@ -259,6 +283,13 @@ void QPTransportLayer::loadRequestWithFormURLComponents(QPURLComponents componen
   Outgoing outgoing;
   if (!setting_ || !setting_->urlStr()) {
     outgoing.early = clientError(QPClientErrorMissingSetting, "The base URL ('url') is not set.");
+  } else if (std::optional<std::string> key = unsendableFormKey(params)) {
+    // A value holding "&" or "=" would split into other fields on the server (a user name
+    // "bob&grant_type=x" adds a grant type): refused, and the value is not repeated.
+    outgoing.early =
+        clientError(QPClientErrorUnsendableFormValue,
+                    "The form field '" + *key +
+                        "' holds '&' or '=', which the form body cannot carry; nothing was sent.");
   } else {
     platform::NetworkRequest& request = outgoing.request;
     request.url = composeURL(components);

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <deque>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -22,6 +24,8 @@ struct Transfer {
   QPHTTPResponse response;
   std::string body;
   bool tooLarge = false;
+  int redirects = 0;
+  std::optional<std::string> refusedOrigin;  // a redirect to this origin was not followed
   char errorText[CURL_ERROR_SIZE] = {};
 
   ~Transfer() {
@@ -57,6 +61,41 @@ size_t onBody(char* data, size_t size, size_t count, void* user) {
   }
   transfer->body.append(data, bytes);
   return bytes;
+}
+
+constexpr int kMaximumRedirects = 10;
+
+// "scheme://host:port" of an absolute URL (scheme and host in lower case, the scheme's default
+// port filled in); nil when the URL cannot be read.
+std::optional<std::string> originOf(const std::string& url) {
+  CURLU* parsed = curl_url();
+  if (parsed == nullptr) return std::nullopt;
+  std::optional<std::string> origin;
+  char* scheme = nullptr;
+  char* host = nullptr;
+  char* port = nullptr;
+  if (curl_url_set(parsed, CURLUPART_URL, url.c_str(), 0) == CURLUE_OK &&
+      curl_url_get(parsed, CURLUPART_SCHEME, &scheme, 0) == CURLUE_OK &&
+      curl_url_get(parsed, CURLUPART_HOST, &host, 0) == CURLUE_OK &&
+      curl_url_get(parsed, CURLUPART_PORT, &port, CURLU_DEFAULT_PORT) == CURLUE_OK) {
+    std::string text = std::string(scheme) + "://" + host + ":" + port;
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    origin = std::move(text);
+  }
+  curl_free(scheme);
+  curl_free(host);
+  curl_free(port);
+  curl_url_cleanup(parsed);
+  return origin;
+}
+
+bool isHeader(const std::string& header, std::string_view name) {
+  if (header.size() <= name.size() || header[name.size()] != ':') return false;
+  for (std::size_t i = 0; i < name.size(); ++i)
+    if (std::tolower(static_cast<unsigned char>(header[i])) !=
+        std::tolower(static_cast<unsigned char>(name[i])))
+      return false;
+  return true;
 }
 
 class CurlEngine final : public NetworkEngine {
@@ -129,8 +168,9 @@ class CurlEngine final : public NetworkEngine {
     curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 10L);
+    // Redirects are followed here, by `redirected`, only within the request's origin.
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, transfer->errorText);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer.get());
@@ -161,14 +201,63 @@ class CurlEngine final : public NetworkEngine {
       if ((*it)->easy != easy) continue;
       std::unique_ptr<Transfer> transfer = std::move(*it);
       transfers_.erase(it);
+      if (code == CURLE_OK && redirected(*transfer)) {
+        begin(std::move(transfer));
+        return;
+      }
       complete(std::move(transfer), code);
       return;
     }
   }
 
+  // For a 3xx answer with a location in the request's own origin: turns the transfer into the
+  // next request and returns true. A location in another origin (https to http included) is
+  // refused: credentials and the body never follow it there.
+  static bool redirected(Transfer& transfer) {
+    long status = 0;
+    char* location = nullptr;
+    curl_easy_getinfo(transfer.easy, CURLINFO_RESPONSE_CODE, &status);
+    curl_easy_getinfo(transfer.easy, CURLINFO_REDIRECT_URL, &location);
+    if (status < 300 || status > 399 || location == nullptr) return false;
+    std::optional<std::string> from = originOf(transfer.request.url);
+    std::optional<std::string> to = originOf(location);
+    if (!from || !to || *from != *to) {
+      transfer.refusedOrigin = to.value_or("(unreadable location)");
+      return false;
+    }
+    if (++transfer.redirects > kMaximumRedirects) return false;
+    NetworkRequest& request = transfer.request;
+    request.url = location;
+    // 303, and 301/302 after a POST, continue as a GET without the body or its headers (a
+    // carried "Content-Length" would make the server wait for a body that never comes).
+    if (status == 303 || ((status == 301 || status == 302) && request.method == "POST")) {
+      request.method = "GET";
+      request.body.reset();
+      std::erase_if(request.headers, [](const std::string& header) {
+        return isHeader(header, "Content-Length") || isHeader(header, "Content-Type");
+      });
+    }
+    curl_slist_free_all(transfer.headers);
+    transfer.headers = nullptr;
+    curl_easy_cleanup(transfer.easy);
+    transfer.easy = nullptr;
+    transfer.response = QPHTTPResponse();
+    transfer.body.clear();
+    transfer.errorText[0] = '\0';
+    return true;
+  }
+
   static void complete(std::unique_ptr<Transfer> transfer, CURLcode code) {
     NetworkResult result;
-    if (transfer->tooLarge) {
+    if (transfer->refusedOrigin) {
+      result.error = QPError(std::string(QPErrorDomainClient), QPClientErrorRedirectRefused,
+                             "The server redirected the call to another origin (" + *transfer->refusedOrigin +
+                                 "); it was not followed.");
+    } else if (transfer->redirects > kMaximumRedirects) {
+      result.error = QPError(
+          std::string(QPErrorDomainNetwork), CURLE_TOO_MANY_REDIRECTS,
+          "The server redirected the call more than " + std::to_string(kMaximumRedirects) + " times.");
+    } else if (transfer->tooLarge) {
       result.error = QPError(std::string(QPErrorDomainClient), QPClientErrorBodyTooLarge,
                              "The answer's body is larger than " +
                                  std::to_string(transfer->request.maximumResponseSize) + " bytes.");

@@ -80,16 +80,33 @@ TEST(QPAuthenticationAPI, TokenEndpointErrorForms) {
   EXPECT_EQ(unknownGrant.error->description(), "unsupported_grant_type");
 }
 
-TEST(QPAuthenticationAPI, ValuesAreSentUnencodedSoAnAmpersandSplitsTheField) {
+TEST(QPAuthenticationAPI, AValueTheRawFormCannotCarryFailsBeforeSending) {
   SandboxClient client(false);
-  Captured<QPAccessTokenResponse> captured;
-  std::string password = client.sandbox.options().password;
-  client.provider->authenticationAPI()->getAccessTokenWithUserName(
-      client.sandbox.options().userName, password + "&x=y", "password", captured.completion());
-  ASSERT_TRUE(captured.wait());
-  // The server reads "password" up to the '&': the right password, so the login succeeds.
-  EXPECT_FALSE(captured.error);
-  EXPECT_THAT(client.sandbox.lastBody("/token"), ::testing::EndsWith("&password=" + password + "&x=y&"));
+  const std::string password = client.sandbox.options().password;
+  struct Case {
+    std::string userName;
+    std::string password;
+  } cases[] = {
+      {"bob&grant_type=client_credentials", password},  // would add a second "grant_type"
+      {client.sandbox.options().userName, password + "&x=y"},
+      {client.sandbox.options().userName, "a=b"},
+  };
+  for (const Case& c : cases) {
+    Captured<QPAccessTokenResponse> captured;
+    client.provider->authenticationAPI()->getAccessTokenWithUserName(c.userName, c.password, "password",
+                                                                     captured.completion());
+    ASSERT_TRUE(captured.wait());
+    ASSERT_TRUE(captured.error) << c.userName;
+    EXPECT_EQ(captured.error->domain(), QPErrorDomainClient);
+    EXPECT_EQ(captured.error->code(), QPClientErrorUnsendableFormValue);
+    EXPECT_EQ(client.sandbox.lastBody("/token"), "") << "nothing may reach the server";
+  }
+  // "+" and "%" are carried as they are (the server reads them as it likes).
+  Captured<QPAccessTokenResponse> plus;
+  client.provider->authenticationAPI()->getAccessTokenWithUserName("a+b", "p%20+q", "password",
+                                                                   plus.completion());
+  ASSERT_TRUE(plus.wait());
+  EXPECT_EQ(client.sandbox.lastBody("/token"), "grant_type=password&username=a+b&password=p%20+q&");
 }
 
 TEST(QPAuthenticationAPI, NonASCIICharactersAreReplacedNotEncoded) {

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 
 #include "brivane/api/auth/QPAccessTokenResponse.h"
 #include "brivane/api/core/QPApiProvider.h"
@@ -234,6 +235,111 @@ TEST_F(ModelLog, ResponsesWithListsBuildModelsWithoutFilteringElements) {
   EXPECT_TRUE(empty.countries->empty());
   EXPECT_FALSE(absent.countries);
   EXPECT_FALSE(wrong.countries);
+}
+
+TEST_F(ModelLog, LinesNameClassKeyAndTypeButNeverTheValue) {
+  const std::string card = "4111111111111111";
+  const std::string cases[] = {
+      R"({"countryName":{"pan":")" + card + R"("}})",  // wrong type for a text
+      R"({")" + card + R"(x":1})",                     // unknown key: the key is shown, cut
+      R"({"unknownKey":")" + card + R"("})",           // unknown key with a secret value
+      R"([")" + card + R"("])",                        // not a dictionary
+  };
+  for (const std::string& text : cases) {
+    lines.clear();
+    QPCountryModel model;
+    model.initWithDictionary(boost::json::parse(text));
+    ASSERT_EQ(lines.size(), 1u) << text;
+    EXPECT_THAT(lines[0], ::testing::HasSubstr("QPCountryModel")) << text;
+    if (text.find("unknownKey") != std::string::npos) {
+      EXPECT_THAT(lines[0], ::testing::HasSubstr("\"unknownKey\" (a text)"));
+      EXPECT_THAT(lines[0], ::testing::Not(::testing::HasSubstr(card)));
+    } else if (text.find("x\":1") == std::string::npos) {
+      EXPECT_THAT(lines[0], ::testing::Not(::testing::HasSubstr(card))) << text;
+    }
+  }
+}
+
+TEST_F(ModelLog, ManyFailingElementsOfOneAnswerGiveOneLineWithACount) {
+  boost::json::array countries;
+  for (int i = 0; i < 100000; ++i) countries.push_back(boost::json::object{{"flag", i}});
+  QPGetCountriesResponse response;
+  response.initWithJSONObject(boost::json::object{{"countries", std::move(countries)}});
+  ASSERT_TRUE(response.countries);
+  EXPECT_EQ(response.countries->size(), 100000u);
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_THAT(lines[0], ::testing::HasSubstr("flag"));
+  EXPECT_THAT(lines[0], ::testing::HasSubstr("99999 more"));
+
+  lines.clear();  // the next answer starts its own count
+  QPGetCountriesResponse next;
+  next.initWithJSONObject(boost::json::parse(R"({"countries":[{"flag":1},{"countryCode":"AT"}]})"));
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_THAT(lines[0], ::testing::Not(::testing::HasSubstr("more")));
+}
+
+TEST(QPNumberConversion, EveryDoubleHasADefinedInteger) {
+  struct Case {
+    double value;
+    std::int64_t expected;
+  } cases[] = {
+      {1e300, INT64_MAX},
+      {-1e300, INT64_MIN},
+      {9223372036854775808.0, INT64_MAX},
+      {-9223372036854775808.0, INT64_MIN},
+      {std::numeric_limits<double>::infinity(), INT64_MAX},
+      {-std::numeric_limits<double>::infinity(), INT64_MIN},
+      {std::numeric_limits<double>::quiet_NaN(), 0},
+      {12.9, 12},
+      {-12.9, -12},
+      {-std::numeric_limits<double>::max(), INT64_MIN},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(QPNumber::saturatedInteger(c.value), c.expected) << c.value;
+    EXPECT_EQ(QPNumber(c.value).int64Value(), c.expected) << c.value;
+  }
+}
+
+TEST(QPNumberConversion, JSONNumbersBeyondTheRangesFillDefinedValuesOrNothing) {
+  struct Case {
+    const char* json;
+    bool boxed;                         // taken by an optional number field
+    std::optional<std::int64_t> whole;  // taken by a plain integer field, with this value
+    bool kept;                          // taken by a field kept as received
+  } cases[] = {
+      {"9223372036854775807", true, INT64_MAX, true},
+      {"9223372036854775808", true, std::nullopt, true},  // not a 64-bit integer
+      {"18446744073709551615", true, std::nullopt, true},
+      {"1e300", true, std::nullopt, true},
+      {"1e400", false, std::nullopt, false},  // read as an infinity: no field takes it
+      {"-1e400", false, std::nullopt, false},
+      {"[1, {\"a\": 1e400}]", false, std::nullopt, false},
+  };
+  for (const Case& c : cases) {
+    boost::json::value value = boost::json::parse(c.json);
+    std::optional<QPNumber> boxed;
+    EXPECT_EQ(fields::Codec<std::optional<QPNumber>>::assign(boxed, value, nullptr), c.boxed) << c.json;
+    if (boxed && boxed->kind() == QPNumber::Kind::Real) {
+      EXPECT_EQ(boxed->int64Value(), INT64_MAX) << c.json;
+    }
+    std::int64_t whole = -1;
+    EXPECT_EQ(fields::Codec<std::int64_t>::assign(whole, value, nullptr), c.whole.has_value()) << c.json;
+    if (c.whole) {
+      EXPECT_EQ(whole, *c.whole) << c.json;
+    }
+    std::optional<boost::json::value> kept;
+    EXPECT_EQ(fields::Codec<std::optional<boost::json::value>>::assign(kept, value, nullptr), c.kept)
+        << c.json;
+  }
+}
+
+TEST(QPNumberConversion, PrintedValuesAreAlwaysJSON) {
+  boost::json::value value = boost::json::parse(R"({"a":1e400,"b":[-1e400,2],"c":"Infinity","d":1.5})");
+  std::string printed = boost::json::serialize(fields::finiteOrNull(value));
+  EXPECT_EQ(printed, R"({"a":null,"b":[null,2],"c":"Infinity","d":1.5E0})");
+  boost::system::error_code ec;
+  boost::json::parse(printed, ec);
+  EXPECT_FALSE(ec);
 }
 
 TEST(QPClientModule, ProviderCopiesTheOptionAndSharesOneTransport) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <map>
 #include <regex>
 
 #include "brivane/api/core/QPTransportLayer.h"
@@ -437,6 +438,176 @@ TEST(QPCompletionContract, ManyConcurrentCallsFromOtherThreadsEachCompleteOnce) 
     EXPECT_EQ(c.calls, 1);
     EXPECT_TRUE(c.onMainThread);
     EXPECT_FALSE(c.error);
+  }
+}
+
+// A loopback peer for redirects: each path answers with a scripted status and location; every
+// request it receives is recorded.
+class RedirectingServer {
+ public:
+  struct Seen {
+    std::string method;
+    std::string path;
+    std::string body;
+    std::string authorization;
+  };
+
+  RedirectingServer() {
+    auto handler = [this](const httplib::Request& req, httplib::Response& res) {
+      std::lock_guard lock(mutex_);
+      seen_.push_back({req.method, req.path, req.body, req.get_header_value("Authorization")});
+      auto it = routes_.find(req.path);
+      if (it == routes_.end()) {
+        res.set_content(R"({"access_token":"from-)" + req.path + R"("})", "application/json");
+        return;
+      }
+      res.status = it->second.first;
+      res.set_header("Location", it->second.second);
+    };
+    server_.Get(".*", handler);
+    server_.Post(".*", handler);
+    serving_ = std::make_unique<test::ServerThread>(server_);
+  }
+  void redirect(const std::string& path, int status, std::string location) {
+    std::lock_guard lock(mutex_);
+    routes_[path] = {status, std::move(location)};
+  }
+  std::vector<Seen> seen() {
+    std::lock_guard lock(mutex_);
+    return seen_;
+  }
+  std::string baseUrl() const { return serving_->baseUrl(); }
+
+ private:
+  httplib::Server server_;
+  std::mutex mutex_;
+  std::map<std::string, std::pair<int, std::string>> routes_;
+  std::vector<Seen> seen_;
+  std::unique_ptr<test::ServerThread> serving_;  // stops first
+};
+
+TEST(QPTransportRedirects, CredentialsFollowOnlyWithinTheOrigin) {
+  RedirectingServer home, foreign;
+  // "localhost" names the same machine but another origin than "127.0.0.1".
+  const std::string otherHost = "http://localhost:" + home.baseUrl().substr(home.baseUrl().rfind(':') + 1);
+  home.redirect("/to-foreign", 307, foreign.baseUrl() + "/token");
+  home.redirect("/to-other-host", 308, otherHost + "/token");
+  home.redirect("/to-home", 307, home.baseUrl() + "/token");
+  home.redirect("/relative", 308, "/token");
+  home.redirect("/found", 302, "/token");
+  home.redirect("/see-other", 303, home.baseUrl() + "/token");
+  home.redirect("/loop", 307, "/loop");
+  struct Case {
+    const char* path;
+    std::optional<std::int64_t> clientCode;  // nil: the call succeeds at "/token"
+    const char* methodThere;                 // the method "/token" receives
+  } cases[] = {
+      {"/to-foreign", QPClientErrorRedirectRefused, nullptr},
+      {"/to-other-host", QPClientErrorRedirectRefused, nullptr},
+      {"/to-home", std::nullopt, "POST"},
+      {"/relative", std::nullopt, "POST"},
+      {"/found", std::nullopt, "GET"},
+      {"/see-other", std::nullopt, "GET"},
+      {"/loop", std::nullopt, nullptr},
+  };
+  for (const Case& c : cases) {
+    auto transport = transportFor(home.baseUrl(), "P", "secret-token");
+    TransportCall call;
+    std::size_t before = home.seen().size();
+    transport->loadRequestWithFormURLComponents(
+        QPURLComponents{c.path, {}}, QPFormParams{{"username", "u"}, {"password", "pw"}}, call.completion());
+    ASSERT_TRUE(call.wait()) << c.path << ": the call hangs";
+    EXPECT_TRUE(foreign.seen().empty()) << c.path << ": something reached the other origin";
+    if (c.clientCode) {
+      ASSERT_TRUE(call.error) << c.path;
+      EXPECT_EQ(call.error->domain(), QPErrorDomainClient) << c.path;
+      EXPECT_EQ(call.error->code(), *c.clientCode) << c.path;
+      EXPECT_THAT(*call.error->description(), HasSubstr("another origin")) << c.path;
+      continue;
+    }
+    if (c.methodThere == nullptr) {  // a redirect loop ends with an error
+      ASSERT_TRUE(call.error) << c.path;
+      EXPECT_EQ(call.error->domain(), QPErrorDomainNetwork);
+      continue;
+    }
+    ASSERT_FALSE(call.error) << c.path << ": " << call.error->toString();
+    auto seen = home.seen();
+    ASSERT_EQ(seen.size(), before + 2) << c.path;
+    EXPECT_EQ(seen.back().path, "/token") << c.path;
+    EXPECT_EQ(seen.back().method, c.methodThere) << c.path;
+    EXPECT_EQ(seen.back().authorization, "Bearer secret-token") << c.path;
+    EXPECT_EQ(seen.back().body, std::string(c.methodThere) == "POST" ? "username=u&password=pw&" : "")
+        << c.path;
+  }
+}
+
+TEST(QPTransportFormBody, SeparatorsInKeysOrValuesFailBeforeSending) {
+  ScriptedServer server;
+  struct Case {
+    QPFormParams params;
+    bool sent;
+  } cases[] = {
+      {{{"username", "bob&grant_type=client_credentials"}, {"password", "p"}}, false},
+      {{{"username", "bob"}, {"password", "a=b"}}, false},
+      {{{"user&name", "bob"}}, false},
+      {{{"user=name", "bob"}}, false},
+      {{{"username", "bob"}, {"password", "p+q%20 r"}}, true},  // sent as it is
+  };
+  for (const Case& c : cases) {
+    server.answer(200, "application/json", "{}");
+    auto transport = transportFor(server.baseUrl());
+    TransportCall call;
+    std::string marker = "/form-" + std::to_string(&c - cases);
+    transport->loadRequestWithFormURLComponents(QPURLComponents{marker, {}}, c.params, call.completion());
+    ASSERT_TRUE(call.wait());
+    if (c.sent) {
+      EXPECT_FALSE(call.error);
+      EXPECT_EQ(server.lastTarget(), marker);
+      continue;
+    }
+    ASSERT_TRUE(call.error);
+    EXPECT_EQ(call.error->domain(), QPErrorDomainClient);
+    EXPECT_EQ(call.error->code(), QPClientErrorUnsendableFormValue);
+    EXPECT_NE(server.lastTarget(), marker) << "nothing may be sent";
+    EXPECT_THAT(*call.error->description(), ::testing::Not(HasSubstr("bob")));
+  }
+}
+
+TEST(QPTransportErrors, ServiceUnavailableHidesCookiesAndCredentials) {
+  QPHTTPResponse response;
+  response.url = "http://h/x";
+  response.statusCode = 503;
+  response.headerFields = {{"Set-Cookie", "session=canary-cookie"},
+                           {"WWW-Authenticate", "Bearer canary-realm"},
+                           {"authorization", "Bearer canary-token"},
+                           {"Retry-After", "120"}};
+  auto transport = transportFor("http://h");
+  auto error = transport->errorFromResponse(&response, std::nullopt, nullptr);
+  ASSERT_TRUE(error);
+  EXPECT_THAT(*error->description(), HasSubstr("Retry-After: 120"));
+  EXPECT_THAT(*error->description(), HasSubstr("Set-Cookie"));
+  EXPECT_THAT(*error->description(), ::testing::Not(HasSubstr("canary")));
+}
+
+TEST(QPTransportErrors, ResponseCodesBeyondTheIntegerRangeSaturate) {
+  struct Case {
+    const char* body;
+    std::int64_t code;
+  } cases[] = {
+      {R"({"responseCode":1e300})", INT64_MAX}, {R"({"responseCode":-1e300})", INT64_MIN},
+      {R"({"responseCode":1e400})", INT64_MAX}, {R"({"responseCode":18446744073709551615})", INT64_MAX},
+      {R"({"responseCode":12.9})", 12},         {R"({"responseCode":"99999999999999999999"})", INT64_MAX},
+  };
+  auto transport = transportFor("http://h");
+  for (const Case& c : cases) {
+    QPHTTPResponse response;
+    response.url = "http://h/x";
+    response.statusCode = 500;
+    response.headerFields = {{"Content-Type", "application/json"}};
+    std::string body = c.body;
+    auto error = transport->errorFromResponse(&response, std::nullopt, &body);
+    ASSERT_TRUE(error) << c.body;
+    EXPECT_EQ(error->code(), c.code) << c.body;
   }
 }
 

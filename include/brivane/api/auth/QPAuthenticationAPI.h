@@ -13,8 +13,9 @@ namespace brivane {
 /// The family stores no token: hand the received access token to the token provider
 /// (`setAccessToken`). Every argument is required; a nil one is reported through the completion
 /// as a `QPClientErrorMissingArgument` error and nothing is sent. Values are sent as they are,
-/// without percent-encoding. Thread rules: callable from any thread; the completion runs on the
-/// main queue.
+/// without percent-encoding; a value holding "&" or "=" cannot be carried by the form body and
+/// fails with `QPClientErrorUnsendableFormValue` before anything is sent. Thread rules: callable from any
+/// thread; the completion runs on the main queue.
 class QPAuthenticationAPI : public QPBaseAPI {
  public:
   using QPBaseAPI::QPBaseAPI;

@@ -20,6 +20,12 @@ enum QPClientErrorCode : std::int64_t {
   QPClientErrorMissingArgument = 1,  ///< a required argument of an operation was nil
   QPClientErrorMissingSetting = 2,   ///< the base URL or program code is not configured
   QPClientErrorBodyTooLarge = 3,     ///< the answer's body exceeded the transport's limit
+  /// a form field's key or value holds "&" or "=", which the raw form body cannot carry;
+  /// found before sending, nothing is sent
+  QPClientErrorUnsendableFormValue = 4,
+  /// the server redirected the call to another origin (scheme, host or port, https to http
+  /// included); the redirect is not followed, so nothing is sent there
+  QPClientErrorRedirectRefused = 5,
 };
 
 /// The one failure report of the API client: a domain, a signed code and a description.

@@ -40,6 +40,27 @@ enum class QPParamEncoding {
 namespace fields {
 
 std::string jsonText(const boost::json::value& value);
+/// The JSON type of `value` for messages ("a text", "a number", "a list", ...): messages about
+/// answers name the type, never the value, which may be a secret.
+std::string jsonTypeName(const boost::json::value& value);
+/// An answer's key as log lines show it: control characters replaced, at most 64 characters.
+std::string keyForLog(std::string_view key);
+
+/// Gathers the model log lines written on this thread while it lives (the filling of one
+/// answer) into one line: the first failure and how many followed. Nested summaries join the
+/// outermost one, which writes the line when it ends. Not copyable.
+class LogSummary {
+ public:
+  LogSummary();
+  ~LogSummary();
+  LogSummary(const LogSummary&) = delete;
+  LogSummary& operator=(const LogSummary&) = delete;
+};
+/// True when every number in `value` is finite: JSON has no text for the others (the parser
+/// reads 1e400 as an infinity, which would print as `Infinity`).
+bool serialisable(const boost::json::value& value);
+/// `value` with every non-finite number replaced by null, so that it prints as valid JSON.
+boost::json::value finiteOrNull(boost::json::value value);
 /// Removes `key` keeping the order of the other keys (Boost.JSON's own erase moves the last key).
 void eraseKey(boost::json::object& object, std::string_view key);
 std::string convertNumber(const QPNumber& number);
@@ -142,9 +163,10 @@ struct Codec<std::optional<std::vector<std::shared_ptr<Model>>>> {
   using Field = std::optional<std::vector<std::shared_ptr<Model>>>;
   static bool assign(Field& field, const boost::json::value& value, std::string* why) {
     if (!value.is_array()) {
-      if (why != nullptr) *why = "expected a list, got " + jsonText(value);
+      if (why != nullptr) *why = "expected a list, got " + jsonTypeName(value);
       return false;
     }
+    LogSummary summary;  // one line for all the elements' failures
     std::vector<std::shared_ptr<Model>> models;
     models.reserve(value.get_array().size());
     for (const boost::json::value& element : value.get_array()) {
@@ -307,7 +329,8 @@ enum class QPFillRule {
 
 namespace fields {
 
-/// Writes one line to the SDK's log (GLib, domain "BrivaneSDK"); replaceable for tests.
+/// Writes one line to the SDK's log (GLib, domain "BrivaneSDK"); replaceable for tests. While a
+/// `LogSummary` is alive on the calling thread the line is held back and counted instead.
 void log(const std::string& line);
 /// Replaces the log's sink; an empty function restores the default. Returns the previous sink.
 std::function<void(const std::string&)> setLogSink(std::function<void(const std::string&)> sink);
@@ -318,10 +341,11 @@ std::function<void(const std::string&)> setLogSink(std::function<void(const std:
 template <class Owner>
 void fill(Owner& owner, const QPFieldList<Owner>& table, const boost::json::value& json, QPFillRule rule,
           std::string_view className) {
+  LogSummary summary;
   const boost::json::object* object = json.if_object();
   if (object == nullptr) {
     if (rule == QPFillRule::StopAtFailure)
-      log(std::string(className) + ": expected a dictionary, got " + jsonText(json));
+      log(std::string(className) + ": expected a dictionary, got " + jsonTypeName(json));
     return;
   }
   for (const auto& [key, value] : *object) {
@@ -330,10 +354,10 @@ void fill(Owner& owner, const QPFieldList<Owner>& table, const boost::json::valu
     std::string why;
     bool assigned = false;
     if (entry == nullptr) {
-      why = "no field for key \"" + std::string(key) + "\"";
+      why = "no field for key \"" + keyForLog(key) + "\" (" + jsonTypeName(value) + ")";
     } else {
       assigned = entry->assign(owner, value, &why);
-      if (!assigned) why = "key \"" + std::string(key) + "\": " + why;
+      if (!assigned) why = "key \"" + keyForLog(key) + "\": " + why;
     }
     if (assigned) continue;
     if (rule == QPFillRule::StopAtFailure) {

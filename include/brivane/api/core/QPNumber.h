@@ -18,9 +18,13 @@ class QPNumber {
   QPNumber() : QPNumber(std::int64_t{0}) {}
   QPNumber(int value) : QPNumber(static_cast<std::int64_t>(value)) {}
   QPNumber(std::int64_t value) : kind_(Kind::Integer), integer_(value), real_(static_cast<double>(value)) {}
-  QPNumber(double value) : kind_(Kind::Real), integer_(static_cast<std::int64_t>(value)), real_(value) {}
+  QPNumber(double value) : kind_(Kind::Real), integer_(saturatedInteger(value)), real_(value) {}
   /// A truth value (1 or 0).
   static QPNumber boolean(bool value);
+
+  /// `value` cut toward zero and clamped to the 64-bit range (NaN gives 0): defined for every
+  /// double, where a plain cast is not.
+  static std::int64_t saturatedInteger(double value);
 
   /// Reads a decimal number ("42", "-7", "10.5", "1e3"); nil unless the whole text is one.
   static std::optional<QPNumber> parse(std::string_view text);

@@ -1,0 +1,143 @@
+// Secrets put through every path of the client never reach a log line or an error description.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <glib.h>
+
+#include <mutex>
+#include <vector>
+
+#include "brivane/api/auth/QPAuthenticationAPI.h"
+#include "brivane/api/core/QPFields.h"
+#include "brivane/api/settings/QPSettingsAPI.h"
+#include "support/TestSupport.h"
+
+namespace brivane {
+namespace {
+
+using test::Captured;
+
+const std::string kToken = "canary-token-7Qz";
+const std::string kPassword = "canary-password-9Xk";
+const std::string kCard = "4111111111111111";
+
+// Everything written to the SDK's log and to GLib's log while it lives.
+class LogCapture {
+ public:
+  LogCapture() {
+    previousSink_ = fields::setLogSink([this](const std::string& line) { add(line); });
+    previousHandler_ = g_log_set_default_handler(
+        [](const gchar* domain, GLogLevelFlags, const gchar* message, gpointer self) {
+          static_cast<LogCapture*>(self)->add(std::string(domain ? domain : "") + ": " +
+                                              (message ? message : ""));
+        },
+        this);
+  }
+  ~LogCapture() {
+    fields::setLogSink(previousSink_);
+    g_log_set_default_handler(previousHandler_, nullptr);
+  }
+  void add(const std::string& line) {
+    std::lock_guard lock(mutex_);
+    lines_.push_back(line);
+  }
+  std::vector<std::string> lines() {
+    std::lock_guard lock(mutex_);
+    return lines_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::string> lines_;
+  std::function<void(const std::string&)> previousSink_;
+  GLogFunc previousHandler_ = nullptr;
+};
+
+// A hostile back end that echoes secrets into every answer it can.
+class LeakyServer {
+ public:
+  LeakyServer() {
+    server_.Post("/token", [](const httplib::Request&, httplib::Response& res) {
+      res.status = 503;
+      res.set_header("Set-Cookie", "session=" + kToken);
+      res.set_header("WWW-Authenticate", "Bearer " + kToken);
+      res.set_content(R"({"error":"invalid_grant","card":")" + kCard + "\"}", "application/json");
+    });
+    server_.Post("/token-error", [](const httplib::Request&, httplib::Response& res) {
+      res.status = 401;
+      res.set_header("Set-Cookie", "session=" + kToken);
+      res.set_content(R"({"error":"invalid_grant","error_description":"RC1 Wrong"})", "application/json");
+    });
+    server_.Get("/settings/country", [](const httplib::Request&, httplib::Response& res) {
+      std::string element = R"({"countryName":{"pan":")" + kCard + R"("},"countryCode":")" + kCard + "\"}";
+      std::string unknown = R"({"pan":")" + kCard + R"(","password":")" + kPassword + "\"}";
+      std::string list = "[" + element + "," + unknown + ",\"" + kCard + "\"";
+      for (int i = 0; i < 50; ++i) list += "," + unknown;
+      res.set_content(R"({"responseCode":"0000","countries":)" + list + "]}", "application/json");
+    });
+    server_.Get("/settings/getFinancialInstitutionData", [](const httplib::Request&, httplib::Response& res) {
+      res.status = 307;
+      res.set_header("Location", "http://localhost:1/steal?token=" + kToken);
+    });
+    serving_ = std::make_unique<test::ServerThread>(server_);
+  }
+  std::string baseUrl() const { return serving_->baseUrl(); }
+
+ private:
+  httplib::Server server_;
+  std::unique_ptr<test::ServerThread> serving_;
+};
+
+TEST(QPLogCanary, NoSecretReachesALogLineOrAnErrorDescription) {
+  LogCapture log;
+  LeakyServer server;
+  auto tokens = std::make_shared<QPDefaultAccessTokenProvider>();
+  tokens->setAccessToken(kToken);
+  QPApiProviderOption option;
+  option.url = server.baseUrl();
+  option.programCode = "P";
+  option.accessTokenProvider = tokens;
+  QPApiProvider provider(option);
+
+  std::vector<std::string> descriptions;
+  auto keep = [&descriptions](const std::optional<QPError>& error) {
+    ASSERT_TRUE(error);
+    descriptions.push_back(error->toString());
+  };
+
+  Captured<QPAccessTokenResponse> unavailable;  // 503 with the token in cookies
+  provider.authenticationAPI()->getAccessTokenWithUserName("user", kPassword, "password",
+                                                           unavailable.completion());
+  ASSERT_TRUE(unavailable.wait());
+  keep(unavailable.error);
+
+  Captured<QPAccessTokenResponse> refused;  // a password that the form body cannot carry
+  provider.authenticationAPI()->getAccessTokenWithUserName("user", kPassword + "&x=" + kCard, "password",
+                                                           refused.completion());
+  ASSERT_TRUE(refused.wait());
+  keep(refused.error);
+
+  Captured<QPGetCountriesResponse> countries;  // models refusing card numbers
+  provider.settingsAPI()->getCountries(QPGetCountriesRequest(), countries.completion());
+  ASSERT_TRUE(countries.wait());
+  ASSERT_FALSE(countries.error);
+  EXPECT_EQ(countries.response->countries->size(), 53u);
+
+  Captured<QPGetFinancialInstitutionDataResponse> redirected;  // a redirect carrying the token away
+  provider.settingsAPI()->getgetFinancialInstitutionData(QPGetFinancialInstitutionDataRequest(),
+                                                         redirected.completion());
+  ASSERT_TRUE(redirected.wait());
+  keep(redirected.error);
+
+  const std::vector<std::string> lines = log.lines();
+  EXPECT_FALSE(lines.empty()) << "the model failures must be logged";
+  EXPECT_LE(lines.size(), 3u) << "one line per answer";
+  for (const std::string& secret : {kToken, kPassword, kCard}) {
+    for (const std::string& line : lines) EXPECT_THAT(line, ::testing::Not(::testing::HasSubstr(secret)));
+    for (const std::string& text : descriptions)
+      EXPECT_THAT(text, ::testing::Not(::testing::HasSubstr(secret)));
+  }
+}
+
+}  // namespace
+}  // namespace brivane
