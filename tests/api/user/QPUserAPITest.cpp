@@ -227,7 +227,9 @@ TEST_F(UserAPI, PasswordPolicy) {
       {"Good-Pass-1", true}, {"Abcdefg1", true},  {"Abcdef1", false},  // 7 characters
       {"abcdefg1", false},   {"ABCDEFG1", false}, {"Abcdefgh", false}, {"Abcd efg1", false}, {"", false},
   };
-  for (const auto& [password, valid] : cases) {
+  for (const auto& c : cases) {
+    const char* password = c.first;
+    const bool valid = c.second;
     auto error = run<QPResponseBase>([&](auto done) {
                    api().validatePassword(std::make_shared<QPValidatePasswordRequest>(password), done);
                  }).error;
