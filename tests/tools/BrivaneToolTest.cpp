@@ -279,3 +279,42 @@ TEST_F(BrivaneTool, AccountOperationsTakePathArgumentsAndConstructorFields) {
 
 }  // namespace
 }  // namespace brivane
+
+namespace brivane {
+namespace {
+
+// Numbers print as a reader writes them; the output stays JSON that any parser takes.
+TEST_F(BrivaneTool, CallPrintsRealNumbersInTheirShortestDecimalForm) {
+  Outcome call =
+      run("call payment authorize --set presentationAmount=12.5 --set presentationCurrCode=EUR "
+          "--set carrierNumber=4111111111111111");
+  ASSERT_EQ(call.status, 0) << call.out;
+  EXPECT_THAT(call.out, HasSubstr("\"presentationAmount\":12.5,"));
+  EXPECT_EQ(call.out.find("E1"), std::string::npos) << call.out;
+  EXPECT_EQ(boost::json::parse(call.out).at("response").at("presentationAmount").as_double(), 12.5);
+}
+
+TEST_F(BrivaneTool, VersionAndHelpForEachCommand) {
+  struct Case {
+    const char* arguments;
+    int status;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"--version", 0, "9.2 (1)\n"},
+      {"help call", 0, "getTransferRecipients --accno VALUE"},
+      {"help sandbox", 0, "usage: brivane sandbox"},
+      {"help style", 0, "brivane style css"},
+      {"help form", 0, "brivane form render|show"},
+      {"help demo", 0, "usage: brivane demo"},
+      {"help nothing", 2, ""},
+  };
+  for (const Case& c : cases) {
+    Outcome outcome = run(c.arguments);
+    EXPECT_EQ(outcome.status, c.status) << c.arguments;
+    EXPECT_THAT(outcome.out, HasSubstr(c.expected)) << c.arguments;
+  }
+}
+
+}  // namespace
+}  // namespace brivane

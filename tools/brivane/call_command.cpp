@@ -10,6 +10,7 @@
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/api/core/QPFields.h"
 #include "brivane/commands.h"
+#include "brivane/json_output.h"
 #include "brivane/operations.h"
 #include "brivane/options.h"
 #include "brivane/platform/QPMainQueue.h"
@@ -186,7 +187,7 @@ int runCall(const std::vector<std::string>& args) {
     printed["response"] = std::move(outcome->response);
   }
   // JSON has no text for infinities: a value kept as received prints them as null.
-  std::printf("%s\n", boost::json::serialize(fields::finiteOrNull(std::move(printed))).c_str());
+  std::printf("%s\n", printedJSON(printed).c_str());
   return outcome->error ? 1 : 0;
 }
 
