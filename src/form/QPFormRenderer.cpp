@@ -14,8 +14,6 @@
 namespace brivane {
 namespace {
 
-const char kFormLibraryAnchor = 0;
-
 bool contains(const std::vector<std::string>& list, const std::string& value) {
   return std::find(list.begin(), list.end(), value) != list.end();
 }
@@ -452,7 +450,7 @@ std::string QPFormRenderer::payUURL(const std::string& token, const std::string&
 }
 
 std::string QPFormRenderer::bundleDirectory() {
-  bundle::Location location = bundle::locate({&kFormLibraryAnchor});
+  bundle::Location location = bundle::locate();
   if (location.found) return location.found->string();
   // Nowhere: the template is then not found, and the render reports where it looked.
   return location.searched.empty() ? std::string(bundle::kBundleName) : location.searched.back().string();
