@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "brivane/util/QPUtils.h"
+#include "form/style/QPCSSText.h"
 
 namespace brivane {
 namespace {
@@ -25,7 +26,7 @@ bool QPFontStyle::isObjSet() const {
 
 std::string QPFontStyle::css() const {
   std::string css;
-  if (fontName_) css += "font-family:\"" + *fontName_ + "\" !important; ";
+  if (fontName_) css += "font-family:\"" + csstext::stringContent(*fontName_) + "\" !important; ";
   css += "font-size: " + fixedSix(textSize_) + "px !important; ";
   if (textColor_) css += "color: #" + QPUtils::hexStringForColor(*textColor_) + " !important; ";
   css += "font-weight: normal !important; ";

@@ -1,4 +1,5 @@
 #include "brivane/form/style/QPInputStyle.h"
+#include "form/style/QPCSSText.h"
 
 namespace brivane {
 namespace {
@@ -16,7 +17,7 @@ std::string replaceAll(std::string text, std::string_view from, std::string_view
 // A class name derived from the group's by turning "group" into `part`; a missing group
 // name prints as "(null)", as a missing object does in the page's text.
 std::string derivedClass(const std::optional<std::string>& group, std::string_view part) {
-  return group ? replaceAll(*group, "group", part) : std::string("(null)");
+  return group ? csstext::identifier(replaceAll(*group, "group", part)) : std::string("(null)");
 }
 
 template <typename Style>

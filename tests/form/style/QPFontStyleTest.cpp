@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "brivane/form/style/QPFontStyle.h"
+#include "brivane/form/style/QPInputStyle.h"
 
 namespace brivane {
 namespace {
@@ -74,6 +75,42 @@ TEST(QPFontStyle, SizePrintsAsPercentF) {
   font.setTextSize(1e300);
   EXPECT_EQ(font.css().size(),
             std::string("font-size: px !important; font-weight: normal !important; ").size() + 308);
+}
+
+}  // namespace
+}  // namespace brivane
+
+namespace brivane {
+namespace {
+
+// A host's font or class name stays inside its place in the CSS: its quotes, braces and line
+// breaks are escaped, ordinary names are printed as they are.
+TEST(QPStyleNames, QuotesAndBracesInNamesStayInsideTheirPlace) {
+  struct Case {
+    const char* fontName;
+    const char* expected;
+  };
+  const Case fonts[] = {
+      {"Open Sans", "font-family:\"Open Sans\" !important; "},
+      {"Ünïcode Sans", "font-family:\"Ünïcode Sans\" !important; "},
+      {"x\"} body{background:red} .y{\"", "font-family:\"x\\\"} body{background:red} .y{\\\"\" !important; "},
+      {"back\\slash", "font-family:\"back\\\\slash\" !important; "},
+      {"line\nbreak", "font-family:\"line\\a break\" !important; "},
+  };
+  for (const Case& c : fonts) {
+    QPFontStyle font;
+    font.setFontName(c.fontName);
+    EXPECT_EQ(font.css().substr(0, font.css().find("font-size")), c.expected) << c.fontName;
+  }
+
+  QPInputStyle plain;
+  plain.setClassName("wpwl-group");
+  EXPECT_NE(plain.cssForProvider(0).find(".wpwl-label{"), std::string::npos);
+  QPInputStyle hostile;
+  hostile.setClassName("a{}body{background:red}.group");
+  const std::string css = hostile.cssForProvider(0);
+  EXPECT_EQ(css.find("body{background"), std::string::npos) << css;
+  EXPECT_NE(css.find(".a\\{\\}body\\{background\\:red\\}\\.label{"), std::string::npos) << css;
 }
 
 }  // namespace
