@@ -342,7 +342,8 @@ TEST_F(QPFormRenderTest, CssEscapingOfQuotesAndLineFeeds) {
   const std::string raw = QPFormStyle(*style).cssForProvider(5);
   if (raw.find('"') == std::string::npos) GTEST_SKIP() << "the style prints no quotes";
   QPRenderedForm page = render(validConfiguration(QPPaymentProviderVesta), {"VISA"}, style);
-  EXPECT_THAT(page.html, HasSubstr("\\\"Sans\\\""));
+  // The name's quotes are escaped in the CSS string, then the CSS for the script string.
+  EXPECT_THAT(page.html, HasSubstr(R"(font-family:\"Open \\\"Sans\\\"\")"));
   EXPECT_THAT(page.html, Not(HasSubstr("Open \"Sans\"")));
 }
 
