@@ -148,8 +148,11 @@ ShopperCard shopperCard(ShopperMode mode) {
 bool completePageAsShopper(const std::string& baseUrl, const std::string& token, ShopperMode mode,
                            std::string* why) {
   if (mode == ShopperMode::Cancel) return refused(why, "a card page offers the shopper no cancel");
+  // The client throws for a scheme it does not speak; the sandbox speaks plain HTTP.
+  if (!baseUrl.starts_with("http://"))
+    return refused(why, "'" + baseUrl + "' is not a sandbox's http:// URL");
   httplib::Client client(baseUrl);
-  if (!client.is_valid()) return refused(why, "'" + baseUrl + "' is not a server's URL");
+  if (!client.is_valid()) return refused(why, "'" + baseUrl + "' is not a sandbox's http:// URL");
   client.set_connection_timeout(5);
   client.set_read_timeout(30);
   const ShopperCard card = shopperCard(mode);
