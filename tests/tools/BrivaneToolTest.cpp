@@ -150,7 +150,8 @@ TEST_F(BrivaneTool, UsageErrorsExitTwo) {
   for (const char* arguments :
        {"", "nonsense", "call", "call settings nope", "call settings getCountries --set x",
         "call settings getCountries --set onlyProgramCountries=maybe", "call settings getCountries --bogus 1",
-        "call auth getRefreshTokenWithToken --set a=b", "sandbox --port many", "demo extra"}) {
+        "call auth getRefreshTokenWithToken --set a=b", "sandbox --port many", "demo extra",
+        "form show --sandbox ftp://127.0.0.1:1 --token t --options VISA"}) {
     EXPECT_EQ(run(arguments).status, 2) << arguments;
   }
 }

@@ -49,7 +49,6 @@ constexpr const char* kDemoAccno = "1000000001";  // the seeded account of the s
 // What a step shows after its outcome; `expected` false marks an answer the journey cannot use.
 struct Detail {
   Detail(std::string text, bool expected = true) : text(std::move(text)), expected(expected) {}
-  Detail(const char* text) : text(text) {}
   std::string text;
   bool expected = true;
 };
