@@ -36,7 +36,7 @@ cat > "$work/pc_host.cpp" <<'CPP'
 int main() { std::printf("%s\n", brivane::QPLookups::SDKVersion().c_str()); }
 CPP
 PKG_CONFIG_PATH="$prefix/lib/pkgconfig" c++ -o "$work/pc_host" "$work/pc_host.cpp" \
-  $(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --cflags --libs brivane-sdk) -Wl,-rpath,"$prefix/lib"
+  $(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --define-prefix --cflags --libs brivane-sdk) -Wl,-rpath,"$prefix/lib"
 echo "built: pc_host (pkg-config), SDK $("$work/pc_host")"
 
 # The installed tool serves a sandbox on a free port; the examples run against it.
