@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include <boost/json.hpp>
 
@@ -20,6 +21,23 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
+// The tool built beside this test program.
+std::filesystem::path tool() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
+}
+
+// Runs `brivane form show ARGUMENTS`: the exit code (-1 when it did not exit) and what it printed.
+std::pair<int, std::string> formShow(const std::string& arguments) {
+  const std::string command = tool().string() + " form show " + arguments + " 2>/dev/null";
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return {-1, "popen failed"};
+  std::string out;
+  char buffer[4096];
+  for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
+  const int status = pclose(pipe);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+}
+
 struct ShopperRun {
   std::string arguments;
   int exitCode;
@@ -27,9 +45,7 @@ struct ShopperRun {
 };
 
 TEST(FormShowTool, TheScriptedShopperEndsWithTheOutcomesExitCode) {
-  const std::filesystem::path tool =
-      std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
-  ASSERT_TRUE(std::filesystem::exists(tool)) << tool;
+  ASSERT_TRUE(std::filesystem::exists(tool())) << tool();
   const ShopperRun runs[] = {
       {"--provider 6 --options BNKACCT --token ci-1 --shopper approve", 0, "success BNKACCT ci-1 data="},
       {"--provider 0 --options VISA --token ci-2 --shopper decline", 1, "error {"},
@@ -37,15 +53,8 @@ TEST(FormShowTool, TheScriptedShopperEndsWithTheOutcomesExitCode) {
   };
   for (const ShopperRun& run : runs) {
     SCOPED_TRACE(run.arguments);
-    const std::string command = tool.string() + " form show " + run.arguments + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string out;
-    char buffer[4096];
-    for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    const int status = pclose(pipe);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), run.exitCode) << out;
+    const auto [status, out] = formShow(run.arguments);
+    EXPECT_EQ(status, run.exitCode) << out;
     const std::size_t first = out.find("\n" + run.outcomeLine);
     ASSERT_NE(first, std::string::npos) << out;
     EXPECT_EQ(out.find("\n" + run.outcomeLine, first + 1), std::string::npos) << "printed twice: " << out;
@@ -57,9 +66,7 @@ TEST(FormShowTool, TheScriptedShopperEndsWithTheOutcomesExitCode) {
 // `brivane demo --show-form` opens the form against its own sandbox: the form uses that one and
 // the page's outcome reaches the payment there.
 TEST(FormShowTool, ARunningSandboxServesTheFormAndKeepsItsOutcome) {
-  const std::filesystem::path tool =
-      std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
-  ASSERT_TRUE(std::filesystem::exists(tool)) << tool;
+  ASSERT_TRUE(std::filesystem::exists(tool())) << tool();
   sandbox::Sandbox sandbox;
   ASSERT_TRUE(sandbox.start());
   httplib::Client http(sandbox.baseUrl());
@@ -82,17 +89,9 @@ TEST(FormShowTool, ARunningSandboxServesTheFormAndKeepsItsOutcome) {
     ASSERT_TRUE(opened.contains("authorizationToken")) << boost::json::serialize(opened);
     const std::string token(opened.at("authorizationToken").as_string());
     const std::string reference(opened.at("uniqueReference").as_string());
-    const std::string command = tool.string() + " form show --provider 0 --options VISA --mode 1 --token " +
-                                token + " --sandbox " + sandbox.baseUrl() + "/ --shopper " + c.shopper +
-                                " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string out;
-    char buffer[4096];
-    for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    const int status = pclose(pipe);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), c.exitCode) << out;
+    const auto [status, out] = formShow("--provider 0 --options VISA --mode 1 --token " + token +
+                                        " --sandbox " + sandbox.baseUrl() + "/ --shopper " + c.shopper);
+    EXPECT_EQ(status, c.exitCode) << out;
     EXPECT_THAT(out, HasSubstr("sandbox: " + sandbox.baseUrl() + "\n"));
     boost::json::object completed = call(http.Post(
         "/payment/" + reference + "/completeAuthorize",
