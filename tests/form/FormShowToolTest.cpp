@@ -4,15 +4,39 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <httplib.h>
+
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <utility>
+
+#include <boost/json.hpp>
+
+#include "sandbox/Sandbox.h"
 
 namespace brivane {
 namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
+
+// The tool built beside this test program.
+std::filesystem::path tool() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
+}
+
+// Runs `brivane form show ARGUMENTS`: the exit code (-1 when it did not exit) and what it printed.
+std::pair<int, std::string> formShow(const std::string& arguments) {
+  const std::string command = tool().string() + " form show " + arguments + " 2>/dev/null";
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return {-1, "popen failed"};
+  std::string out;
+  char buffer[4096];
+  for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
+  const int status = pclose(pipe);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+}
 
 struct ShopperRun {
   std::string arguments;
@@ -21,9 +45,7 @@ struct ShopperRun {
 };
 
 TEST(FormShowTool, TheScriptedShopperEndsWithTheOutcomesExitCode) {
-  const std::filesystem::path tool =
-      std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
-  ASSERT_TRUE(std::filesystem::exists(tool)) << tool;
+  ASSERT_TRUE(std::filesystem::exists(tool())) << tool();
   const ShopperRun runs[] = {
       {"--provider 6 --options BNKACCT --token ci-1 --shopper approve", 0, "success BNKACCT ci-1 data="},
       {"--provider 0 --options VISA --token ci-2 --shopper decline", 1, "error {"},
@@ -31,20 +53,51 @@ TEST(FormShowTool, TheScriptedShopperEndsWithTheOutcomesExitCode) {
   };
   for (const ShopperRun& run : runs) {
     SCOPED_TRACE(run.arguments);
-    const std::string command = tool.string() + " form show " + run.arguments + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string out;
-    char buffer[4096];
-    for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    const int status = pclose(pipe);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), run.exitCode) << out;
+    const auto [status, out] = formShow(run.arguments);
+    EXPECT_EQ(status, run.exitCode) << out;
     const std::size_t first = out.find("\n" + run.outcomeLine);
     ASSERT_NE(first, std::string::npos) << out;
     EXPECT_EQ(out.find("\n" + run.outcomeLine, first + 1), std::string::npos) << "printed twice: " << out;
     EXPECT_THAT(out, HasSubstr("shopper: "));
     EXPECT_THAT(out, Not(HasSubstr("timeout")));
+  }
+}
+
+// `brivane demo --show-form` opens the form against its own sandbox: the form uses that one and
+// the page's outcome reaches the payment there.
+TEST(FormShowTool, ARunningSandboxServesTheFormAndKeepsItsOutcome) {
+  ASSERT_TRUE(std::filesystem::exists(tool())) << tool();
+  sandbox::Sandbox sandbox;
+  ASSERT_TRUE(sandbox.start());
+  httplib::Client http(sandbox.baseUrl());
+  http.set_bearer_token_auth(sandbox.issueAccessToken());
+  auto call = [&](const httplib::Result& answer) {
+    return answer ? boost::json::parse(answer->body).as_object() : boost::json::object{};
+  };
+  struct Case {
+    const char* shopper;
+    int exitCode;
+    const char* completeAuthorizeCode;
+  };
+  const Case cases[] = {{"approve", 0, "0000"}, {"decline", 1, "6110"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.shopper);
+    boost::json::object opened = call(http.Put("/payment/initAuthorize",
+                                               R"({"partnerReference": "F1", "programCode": "BRIVANE", )"
+                                               R"("presentationAmount": "3", "presentationCurrCode": "EUR"})",
+                                               "application/json"));
+    ASSERT_TRUE(opened.contains("authorizationToken")) << boost::json::serialize(opened);
+    const std::string token(opened.at("authorizationToken").as_string());
+    const std::string reference(opened.at("uniqueReference").as_string());
+    const auto [status, out] = formShow("--provider 0 --options VISA --mode 1 --token " + token +
+                                        " --sandbox " + sandbox.baseUrl() + "/ --shopper " + c.shopper);
+    EXPECT_EQ(status, c.exitCode) << out;
+    EXPECT_THAT(out, HasSubstr("sandbox: " + sandbox.baseUrl() + "\n"));
+    boost::json::object completed = call(http.Post(
+        "/payment/" + reference + "/completeAuthorize",
+        R"({"partnerReference": "F2", "programCode": "BRIVANE", "authorizationToken": ")" + token + R"("})",
+        "application/json"));
+    EXPECT_EQ(completed["responseCode"], c.completeAuthorizeCode) << out;
   }
 }
 

@@ -8,7 +8,11 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
+#include <regex>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include <boost/json.hpp>
 
@@ -31,8 +35,11 @@ class BrivaneTool : public ::testing::Test {
     if (!std::filesystem::exists(tool_)) GTEST_SKIP() << "brivane tool not built at " << tool_;
   }
 
-  Outcome run(const std::string& arguments) {
-    std::string command = tool_.string() + " " + arguments + " 2>/dev/null";
+  // `environment` goes before the tool's path (e.g. "env -u DISPLAY "). With it, the tool's
+  // error output is kept too.
+  Outcome run(const std::string& arguments, const std::string& environment = "") {
+    std::string command =
+        environment + tool_.string() + " " + arguments + (environment.empty() ? " 2>/dev/null" : " 2>&1");
     FILE* pipe = popen(command.c_str(), "r");
     Outcome outcome;
     std::array<char, 4096> buffer{};
@@ -46,13 +53,63 @@ class BrivaneTool : public ::testing::Test {
   std::filesystem::path tool_;
 };
 
-TEST_F(BrivaneTool, DemoRunsEveryCallAgainstTheEmbeddedSandbox) {
+TEST_F(BrivaneTool, DemoRunsTheWholeJourneyInOrder) {
   Outcome demo = run("demo");
   EXPECT_EQ(demo.status, 0) << demo.out;
-  EXPECT_THAT(demo.out, MatchesRegex("(.|\n)*POST +/token +ok +[0-9.]+ ms(.|\n)*"));
-  EXPECT_THAT(demo.out, MatchesRegex("(.|\n)*GET +/settings/country +ok +[0-9.]+ ms(.|\n)*"));
-  EXPECT_THAT(demo.out, MatchesRegex("(.|\n)*GET +/settings/getFinancialInstitutionData +ok(.|\n)*"));
+  // The newcomer's account is the first free number after the two seeded ones.
+  struct Line {
+    const char* method;
+    const char* path;    // a regular expression
+    const char* detail;  // a part of the detail, or ""
+  };
+  const Line journey[] = {
+      {"POST", "/token", "demo@brivane.test"},
+      {"GET", "/user/newcomer@brivane\\.test/checkUniqueness", "is free"},
+      {"GET", "/settings/country", "program countries"},
+      {"PUT", "/account", "account 1000000003 opened"},
+      {"POST", "/token", "newcomer@brivane.test"},
+      {"GET", "/account/1000000003", "Nora Newcomer"},
+      {"POST", "/account/1000000003/storedPaymentOptions/initAdd", "VISA"},
+      {"PAGE", "/providers/authorize", "420000******0000"},
+      {"PUT", "/account/1000000003/storedPaymentOptions/completeAdd", "stored as SPO-"},
+      {"GET", "/account/1000000003/storedPaymentOptions", "1 stored: VISA 420000******0000"},
+      {"PUT", "/payment/initAuthorize", "12.50 EUR INITIATED"},
+      {"PAGE", "/providers/authorize", ""},
+      {"POST", "/payment/PAY[0-9A-Za-z]+/completeAuthorize", "AUTHORIZED"},
+      {"POST", "/payment/PAY[0-9A-Za-z]+/capture", "CAPTURED 12.50 EUR"},
+      {"GET", "/payment/PAY[0-9A-Za-z]+/information", "12.50 EUR"},
+      {"POST", "/account/1000000001/transfer", "25.00 EUR from 1000000001 to 1000000003"},
+      {"GET", "/account/1000000003/balance", "available 25.00 EUR"},
+      {"GET", "/account/1000000003/enquiry", "1 entry, latest TRANSFER_IN 25.00 EUR"},
+      {"POST", "/token", "renewed by refresh token"},
+  };
+  std::vector<std::string> lines;
+  std::istringstream out(demo.out);
+  for (std::string line; std::getline(out, line);) {
+    if (std::regex_search(line, std::regex("^(GET|POST|PUT|DELETE|PAGE) "))) lines.push_back(line);
+  }
+  ASSERT_EQ(lines.size(), std::size(journey)) << demo.out;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    SCOPED_TRACE(lines[i]);
+    EXPECT_TRUE(std::regex_search(lines[i], std::regex(std::string("^") + journey[i].method + " +" +
+                                                       journey[i].path + " +ok +[0-9.]+ ms  ")));
+    EXPECT_THAT(lines[i], HasSubstr(journey[i].detail));
+  }
   EXPECT_THAT(demo.out, HasSubstr("All calls succeeded."));
+}
+
+TEST_F(BrivaneTool, DemoHelpAndItsUsageErrors) {
+  Outcome help = run("demo --help");
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.out, HasSubstr("usage: brivane demo [--show-form]"));
+  EXPECT_EQ(run("help demo").out, help.out);
+  // Without a display a person cannot complete the form.
+  Outcome headless = run("demo --show-form", "env -u DISPLAY -u WAYLAND_DISPLAY ");
+  EXPECT_EQ(headless.status, 2);
+  EXPECT_THAT(headless.out, HasSubstr("needs a display"));
+  for (const char* arguments : {"demo --bogus", "demo --show-form extra", "demo show-form"}) {
+    EXPECT_EQ(run(arguments).status, 2) << arguments;
+  }
 }
 
 TEST_F(BrivaneTool, CallPrintsEveryFieldOfTheTypedResponse) {
@@ -113,7 +170,8 @@ TEST_F(BrivaneTool, UsageErrorsExitTwo) {
         "form render --provider x",
         "form render --mode 5 --token T --api-url http://a/",
         "form render --mode one",
-        "form render --style /nonexistent/style.json --token T --api-url http://a/"}) {
+        "form render --style /nonexistent/style.json --token T --api-url http://a/",
+        "form show --sandbox ftp://127.0.0.1:1 --token t --options VISA"}) {
     EXPECT_EQ(run(arguments).status, 2) << arguments;
   }
 }

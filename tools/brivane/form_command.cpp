@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -56,6 +57,9 @@ constexpr const char* kFormUsage =
     "                       approve, decline, 3ds (the challenge card and its code) or cancel;\n"
     "                       exits 0 on success, 1 on an error or cancel (60 s at most unless\n"
     "                       --seconds says otherwise)\n"
+    "  --sandbox URL        show: use the sandbox already serving at URL (e.g. `brivane demo`'s)\n"
+    "                       instead of starting one; the form closes on its outcome and exits 0\n"
+    "                       only when the shopper approved\n"
     "\n"
     "show fills a missing --api-url with the sandbox's form service and a missing --redirect\n"
     "with the sandbox's return page, turns a PayU token that is no URL into the sandbox's PayU\n"
@@ -90,6 +94,7 @@ struct FormRequest {
   std::optional<std::string> token;
   std::shared_ptr<QPFormStyle> style;
   std::optional<std::string> deploymentBase;
+  std::optional<std::string> sandboxUrl;  ///< a running sandbox to use instead of an embedded one
   int seconds = 0;
   std::optional<sandbox::ShopperMode> shopper;
   int width = 420, height = 640;
@@ -100,8 +105,8 @@ struct FormRequest {
 // Fills `request` from the options; a usage error's message, or nil.
 std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest* request) {
   static const std::vector<std::string> known = {
-      "provider", "options",    "token",   "mode",    "provider-mode", "redirect",  "api-url",
-      "style",    "deployment", "seconds", "shopper", "size",          "screenshot"};
+      "provider", "options",    "token",   "mode",    "provider-mode", "redirect",   "api-url",
+      "style",    "deployment", "seconds", "shopper", "size",          "screenshot", "sandbox"};
   for (const auto& [name, value] : parsed.named) {
     if (std::find(known.begin(), known.end(), name) == known.end()) return "unknown option --" + name;
   }
@@ -139,6 +144,12 @@ std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest*
   if (auto codes = parsed.value("options")) request->options = splitCodes(*codes);
   request->token = parsed.value("token");
   request->deploymentBase = parsed.value("deployment");
+  if (auto url = parsed.value("sandbox")) {
+    if (!url->starts_with("http://") && !url->starts_with("https://"))
+      return "--sandbox needs an http(s) URL";
+    while (url->ends_with("/")) url->pop_back();
+    request->sandboxUrl = *url;
+  }
   if (auto mode = parsed.value("shopper")) {
     request->shopper = sandbox::parseShopperMode(*mode);
     if (!request->shopper) return "--shopper needs approve, decline, 3ds or cancel";
@@ -221,12 +232,15 @@ int show(FormRequest request) {
     std::fprintf(stderr, "%s\n", message->c_str());
     return 1;
   }
-  sandbox::Sandbox sandbox;
-  if (!sandbox.start()) {
-    std::fputs("brivane form: the sandbox could not start\n", stderr);
-    return 1;
+  std::unique_ptr<sandbox::Sandbox> embedded;
+  if (!request.sandboxUrl) {
+    embedded = std::make_unique<sandbox::Sandbox>();
+    if (!embedded->start()) {
+      std::fputs("brivane form: the sandbox could not start\n", stderr);
+      return 1;
+    }
   }
-  const std::string base = sandbox.baseUrl();
+  const std::string base = embedded ? embedded->baseUrl() : *request.sandboxUrl;
   if (defaultApiURL) configuration.apiURL = base + "/providers/formservice/";
   if (defaultRedirect) configuration.redirectURL = base + "/providers/return";
   // PayU: a token that is no URL names an order on the sandbox's PayU page.
@@ -239,8 +253,10 @@ int show(FormRequest request) {
   }
   printLine("sandbox: " + base);
 
-  // With a scripted shopper the outcome decides the exit code: 0 success, 1 error or cancel.
-  int status = 0;
+  // With a scripted shopper or a running sandbox (--sandbox) the outcome decides the exit code:
+  // 0 success, 1 error, cancel or a window closed before any outcome.
+  const bool outcomeDecides = request.shopper || request.sandboxUrl;
+  int status = outcomeDecides ? 1 : 0;
   bool ended = false;
   auto app = Gtk::Application::create("com.brivane.FormShow", Gio::Application::Flags::NON_UNIQUE);
   std::unique_ptr<Gtk::Window> window;
@@ -256,7 +272,7 @@ int show(FormRequest request) {
     }
   };
   auto end = [&](int code) {
-    if (!shopper || ended) return;
+    if (!outcomeDecides || ended) return;
     ended = true;
     status = code;
     // Let the page settle (a second outcome would show here), then close.
@@ -371,7 +387,7 @@ int show(FormRequest request) {
   if (window) window->unset_child();
   form.reset();
   window.reset();
-  sandbox.stop();
+  if (embedded) embedded->stop();
   return status;
 }
 

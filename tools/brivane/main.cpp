@@ -12,7 +12,7 @@ constexpr const char* kUsage =
     "       brivane --version | help [COMMAND]\n"
     "\n"
     "commands:\n"
-    "  demo       run the API client against the embedded sandbox, one line per call\n"
+    "  demo       one integrator's journey through the API against the embedded sandbox\n"
     "  call       call one API operation: brivane call FAMILY OPERATION [options]\n"
     "  sandbox    run the sandbox back end: brivane sandbox [--port N] [--host H]\n"
     "  style      print the CSS of a form style: brivane style css --provider N [--style FILE]\n"
@@ -21,12 +21,6 @@ constexpr const char* kUsage =
     "\n"
     "'brivane help COMMAND' shows a command's options; 'brivane help call' lists every operation.\n"
     "Exit codes: 0 success, 1 a failed call or check, 2 a usage error.\n";
-
-constexpr const char* kDemoUsage =
-    "usage: brivane demo\n"
-    "\n"
-    "Starts the embedded sandbox and runs one integrator's journey through the API client, one line per\n"
-    "call (method, path, outcome, milliseconds). Exits 0 only when every call succeeded.\n";
 
 // `brivane help COMMAND`: the command's own help text.
 int help(const std::string& command) {
@@ -37,10 +31,7 @@ int help(const std::string& command) {
 #ifdef BRIVANE_HAVE_FORM
   if (command == "form") return brivane::cli::runForm(askHelp);
 #endif
-  if (command == "demo") {
-    std::fputs(kDemoUsage, stdout);
-    return 0;
-  }
+  if (command == "demo") return brivane::cli::runDemo(askHelp);
   std::fprintf(stderr, "brivane help: unknown command '%s'\n\n%s", command.c_str(), kUsage);
   return 2;
 }
