@@ -15,7 +15,7 @@ trap cleanup EXIT
 
 prefix="$work/prefix"
 cmake --install "$build" --prefix "$prefix" > "$work/install.log"
-for file in bin/brivane include/brivane/api/core/QPApiProvider.h include/brivane/form/QPPaymentForm.h \
+for file in bin/brivane bin/brivane-form include/brivane/api/core/QPApiProvider.h include/brivane/form/QPPaymentForm.h \
             lib/cmake/BrivaneSDK/BrivaneSDKConfig.cmake lib/cmake/BrivaneSDK/BrivaneSDKConfigVersion.cmake \
             lib/pkgconfig/brivane-sdk.pc lib/pkgconfig/brivane-sdk-form.pc lib/BrivaneSDK.bundle/payon_form.html \
             lib/libBrivaneSDK.so.9 lib/libBrivaneSDKForm.so.9; do

@@ -352,6 +352,25 @@ TEST_F(BrivaneTool, CallPrintsRealNumbersInTheirShortestDecimalForm) {
   EXPECT_EQ(boost::json::parse(call.out).at("response").at("presentationAmount").as_double(), 12.5);
 }
 
+// The tool starts without GTK or the web engine; only `form show` starts the form program.
+TEST_F(BrivaneTool, LoadsNoGtkAndShowsTheFormOnlyWithADisplay) {
+  FILE* pipe = popen(("ldd " + tool_.string()).c_str(), "r");
+  ASSERT_NE(pipe, nullptr);
+  std::string libraries;
+  std::array<char, 4096> buffer{};
+  std::size_t got;
+  while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) libraries.append(buffer.data(), got);
+  ASSERT_EQ(pclose(pipe), 0);
+  EXPECT_THAT(libraries, HasSubstr("libBrivaneSDK.so"));
+  for (const char* heavy : {"libgtk", "libwebkit", "libBrivaneSDKForm"})
+    EXPECT_EQ(libraries.find(heavy), std::string::npos) << heavy;
+
+  Outcome noDisplay =
+      run("form show --provider 0 --options VISA --token t", "env -u DISPLAY -u WAYLAND_DISPLAY ");
+  EXPECT_EQ(noDisplay.status, 1);
+  EXPECT_THAT(noDisplay.out, HasSubstr("no display"));
+}
+
 TEST_F(BrivaneTool, VersionAndHelpForEachCommand) {
   struct Case {
     const char* arguments;

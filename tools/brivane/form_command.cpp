@@ -1,34 +1,24 @@
+#include "brivane/form_command.h"
+
+#include <unistd.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <iostream>
-#include <memory>
+#include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include <glib.h>
-#include <glibmm/main.h>
-#include <gtk/gtk.h>
-#include <gtkmm/application.h>
-#include <gtkmm/window.h>
-
-#include <boost/json/serialize.hpp>
-
 #include "brivane/commands.h"
-#include "brivane/form/QPFormRenderer.h"
-#include "brivane/form/QPPaymentForm.h"
 #include "brivane/form/style/QPFormStyleJSON.h"
-#include "brivane/options.h"
-#include "form/CustomWebView.h"
-#include "sandbox/Sandbox.h"
-#include "sandbox/Shopper.h"
 
 namespace brivane::cli {
-namespace {
+namespace {}  // namespace
 
-constexpr const char* kFormUsage =
+const char* const kFormUsage =
     "usage: brivane form render|show [options]\n"
     "\n"
     "  render   print the page the form would load (PayU: the URL), or the failed check's\n"
@@ -65,10 +55,12 @@ constexpr const char* kFormUsage =
     "with the sandbox's return page, turns a PayU token that is no URL into the sandbox's PayU\n"
     "page for that order, and prints the form's callbacks and script messages.\n";
 
-int usageError(const std::string& message) {
+int formUsageError(const std::string& message) {
   std::fprintf(stderr, "brivane form: %s\n\n%s", message.c_str(), kFormUsage);
   return 2;
 }
+
+namespace {
 
 template <typename Number>
 bool parseNumber(const std::string& text, Number* out) {
@@ -88,21 +80,6 @@ std::vector<std::string> splitCodes(const std::string& text) {
   return codes;
 }
 
-struct FormRequest {
-  QPFormConfiguration configuration;
-  std::optional<std::vector<std::string>> options;
-  std::optional<std::string> token;
-  std::shared_ptr<QPFormStyle> style;
-  std::optional<std::string> deploymentBase;
-  std::optional<std::string> sandboxUrl;  ///< a running sandbox to use instead of an embedded one
-  int seconds = 0;
-  std::optional<sandbox::ShopperMode> shopper;
-  int width = 420, height = 640;
-  std::optional<std::string> screenshot;
-  bool focus = false;
-};
-
-// Fills `request` from the options; a usage error's message, or nil.
 std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest* request) {
   static const std::vector<std::string> known = {
       "provider", "options",    "token",   "mode",    "provider-mode", "redirect",   "api-url",
@@ -187,226 +164,64 @@ int render(const FormRequest& request) {
   return 0;
 }
 
-std::string escapedQueryValue(const std::string& value) {
-  gchar* escaped = g_uri_escape_string(value.c_str(), nullptr, FALSE);
-  std::string result = escaped;
-  g_free(escaped);
-  return result;
+// A display for the window: X11 or Wayland.
+bool displayPresent() {
+  const char* x11 = std::getenv("DISPLAY");
+  const char* wayland = std::getenv("WAYLAND_DISPLAY");
+  return (x11 != nullptr && *x11 != '\0') || (wayland != nullptr && *wayland != '\0');
 }
 
-// Writes what `window` shows, web view included, as a PNG file.
-bool saveWindowAsPNG(Gtk::Window& window, const std::string& file) {
-  GtkWidget* widget = GTK_WIDGET(window.gobj());
-  const int width = gtk_widget_get_width(widget), height = gtk_widget_get_height(widget);
-  GskRenderer* renderer = gtk_native_get_renderer(GTK_NATIVE(widget));
-  if (renderer == nullptr || width <= 0 || height <= 0) return false;
-  GdkPaintable* paintable = gtk_widget_paintable_new(widget);
-  GtkSnapshot* snapshot = gtk_snapshot_new();
-  gdk_paintable_snapshot(paintable, snapshot, width, height);
-  GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
-  bool saved = false;
-  if (node != nullptr) {
-    graphene_rect_t viewport =
-        GRAPHENE_RECT_INIT(0, 0, static_cast<float>(width), static_cast<float>(height));
-    GdkTexture* texture = gsk_renderer_render_texture(renderer, node, &viewport);
-    saved = gdk_texture_save_to_png(texture, file.c_str());
-    g_object_unref(texture);
-    gsk_render_node_unref(node);
-  }
-  g_object_unref(paintable);
-  return saved;
-}
-
-void printLine(const std::string& line) {
-  std::cout << line << std::endl;
-}
-
-int show(FormRequest request) {
-  // The sandbox's URLs are filled in below; the checks only ask whether the values are set.
-  QPFormConfiguration& configuration = request.configuration;
-  const bool defaultApiURL = !configuration.apiURL, defaultRedirect = !configuration.redirectURL;
-  QPFormConfiguration checked = configuration;
-  if (defaultApiURL) checked.apiURL = "sandbox";
-  if (defaultRedirect) checked.redirectURL = "sandbox";
-  if (auto message = QPFormRenderer::checkConfiguration(checked, request.options, request.token)) {
-    std::fprintf(stderr, "%s\n", message->c_str());
+// `show` runs in the form program beside this one; this process becomes it.
+int launchFormProgram(const std::vector<std::string>& args) {
+  std::error_code error;
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+  const std::filesystem::path program = self.parent_path() / "brivane-form";
+  if (error || !std::filesystem::is_regular_file(program, error)) {
+    std::fprintf(stderr,
+                 "brivane form show: the form program %s is missing (it is built and installed with the "
+                 "payment form library)\n",
+                 program.c_str());
     return 1;
   }
-  std::unique_ptr<sandbox::Sandbox> embedded;
-  if (!request.sandboxUrl) {
-    embedded = std::make_unique<sandbox::Sandbox>();
-    if (!embedded->start()) {
-      std::fputs("brivane form: the sandbox could not start\n", stderr);
-      return 1;
-    }
+  if (!displayPresent()) {
+    std::fputs("brivane form show: no display: set DISPLAY or WAYLAND_DISPLAY (or run under xvfb-run)\n",
+               stderr);
+    return 1;
   }
-  const std::string base = embedded ? embedded->baseUrl() : *request.sandboxUrl;
-  if (defaultApiURL) configuration.apiURL = base + "/providers/formservice/";
-  if (defaultRedirect) configuration.redirectURL = base + "/providers/return";
-  // PayU: a token that is no URL names an order on the sandbox's PayU page.
-  const bool payU = request.options && std::find(request.options->begin(), request.options->end(), "PAYU") !=
-                                           request.options->end();
-  if (payU && request.token && !request.token->starts_with("http")) {
-    const std::string order = *request.token;
-    request.token = base + "/providers/payu/pay?orderId=" + order + "&token=" + order +
-                    "&continueUrl=" + escapedQueryValue(*configuration.redirectURL);
-  }
-  printLine("sandbox: " + base);
-
-  // With a scripted shopper or a running sandbox (--sandbox) the outcome decides the exit code:
-  // 0 success, 1 error, cancel or a window closed before any outcome.
-  const bool outcomeDecides = request.shopper || request.sandboxUrl;
-  int status = outcomeDecides ? 1 : 0;
-  bool ended = false;
-  auto app = Gtk::Application::create("com.brivane.FormShow", Gio::Application::Flags::NON_UNIQUE);
-  std::unique_ptr<Gtk::Window> window;
-  std::unique_ptr<QPPaymentForm> form;
-  std::optional<sandbox::ShopperMode> shopper = request.shopper;
-  auto shoot = [&] {
-    if (!request.screenshot || !window) return;
-    if (saveWindowAsPNG(*window, *request.screenshot)) {
-      printLine("screenshot " + *request.screenshot);
-    } else {
-      printLine("screenshot failed");
-      status = 1;
-    }
-  };
-  auto end = [&](int code) {
-    if (!outcomeDecides || ended) return;
-    ended = true;
-    status = code;
-    // Let the page settle (a second outcome would show here), then close.
-    Glib::signal_timeout().connect_once(
-        [&] {
-          shoot();
-          app->quit();
-        },
-        request.screenshot ? 1500 : 500);
-  };
-  app->signal_activate().connect([&] {
-    window = std::make_unique<Gtk::Window>();
-    window->set_title("Brivane payment form");
-    window->set_default_size(request.width, request.height);
-    form = std::make_unique<QPPaymentForm>();
-    form->setDeployment(QPFormDeployment::forBaseURL(base));
-    form->setMode(configuration.mode);
-    form->setProviderMode(configuration.providerMode);
-    form->setPaymentProvider(configuration.paymentProvider);
-    form->setShowStorePaymentMethod(configuration.showStorePaymentMethod);
-    form->setRedirectURL(configuration.redirectURL);
-    form->setApiURL(configuration.apiURL);
-    form->setOnFormLoaded([&] {
-      printLine("loaded");
-      if (request.focus) {
-        // The page (or the form service's frame) may still be building its inputs.
-        Glib::signal_timeout().connect_once(
-            [&] {
-              form->webView().evaluate(
-                  "(function () { var docs = [document]; var f = document.getElementById('qp-frame');"
-                  " if (f && f.contentDocument) docs.push(f.contentDocument);"
-                  " for (var i = docs.length - 1; i >= 0; i--) {"
-                  "  var input = docs[i].querySelector('input:not([type=hidden]):not([type=checkbox])');"
-                  "  if (input) { input.focus(); return true; } } return false; })()");
-            },
-            700);
-      }
-      if (request.screenshot && !shopper) {
-        Glib::signal_timeout().connect_once(
-            [&] {
-              shoot();
-              app->quit();
-            },
-            1500);
-      }
-    });
-    form->setOnSuccessCallback([&end](const std::optional<std::string>& code, const std::string& token,
-                                      const std::optional<std::string>& payload) {
-      printLine("success " + code.value_or("(nil)") + " " + token + " " + payload.value_or("(nil)"));
-      end(0);
-    });
-    form->setOnError([&end](const boost::json::value& error) {
-      printLine("error " + boost::json::serialize(error));
-      end(1);
-    });
-    form->setOnCancel([&end](const std::optional<std::string>& message) {
-      printLine("cancel " + message.value_or("(nil)"));
-      end(1);
-    });
-    form->setScriptMessageObserver([](const std::string& name, const boost::json::value& body) {
-      printLine("message " + name + " " + boost::json::serialize(body));
-    });
-    window->set_child(*form);
-    app->add_window(*window);
-    window->present();
-    try {
-      form->renderWithPaymentOptions(request.options, request.token, request.style);
-    } catch (const std::invalid_argument& error) {
-      std::fprintf(stderr, "brivane form: %s\n", error.what());
-      status = 1;
-      app->quit();
-      return;
-    }
-    if (shopper) {
-      const std::string step = sandbox::shopperStepScript(*shopper);
-      const bool canCancel = request.options && !request.options->empty() &&
-                             request.options->front() == "PAYPAL" &&
-                             configuration.paymentProvider == QPPaymentProviderPayPal;
-      Glib::signal_timeout().connect(
-          [&, step, canCancel] {
-            if (ended) return false;
-            if (!form->isWebViewLoaded()) return true;
-            if (*shopper == sandbox::ShopperMode::Cancel && !canCancel) {
-              printLine("shopper: closed the form (this provider offers no cancel)");
-              end(1);
-              return false;
-            }
-            form->webView().evaluate(
-                step, [](const std::optional<boost::json::value>& done, const std::optional<std::string>&) {
-                  if (done && done->is_string() && !done->get_string().empty()) {
-                    printLine("shopper: " + std::string(done->get_string()));
-                  }
-                });
-            return true;
-          },
-          400);
-    }
-    const int seconds = request.seconds > 0 ? request.seconds : (shopper ? 60 : 0);
-    if (seconds > 0) {
-      Glib::signal_timeout().connect_seconds_once(
-          [&app, &status, &ended, &shopper] {
-            if (shopper && !ended) {
-              printLine("timeout: no outcome");
-              status = 1;
-            }
-            app->quit();
-          },
-          static_cast<unsigned>(seconds));
-    }
-  });
-  app->run(0, nullptr);
-  if (window) window->unset_child();
-  form.reset();
-  window.reset();
-  if (embedded) embedded->stop();
-  return status;
+  std::vector<char*> argv;
+  std::string name = "brivane-form";
+  argv.push_back(name.data());
+  std::vector<std::string> copies(args);
+  for (std::string& arg : copies) argv.push_back(arg.data());
+  argv.push_back(nullptr);
+  std::fflush(stdout);
+  execv(program.c_str(), argv.data());
+  std::fprintf(stderr, "brivane form show: cannot start %s\n", program.c_str());
+  return 1;
 }
 
 }  // namespace
+
+std::optional<std::string> readFormRequest(const std::vector<std::string>& args, FormRequest* request) {
+  ParsedOptions parsed;
+  std::string error;
+  if (!parseOptions(args, {"store", "focus"}, &parsed, &error)) return error;
+  if (parsed.positional.empty()) return std::string("missing sub-command");
+  const std::string& command = parsed.positional[0];
+  if (command != "render" && command != "show") return "unknown sub-command '" + command + "'";
+  request->command = command;
+  return readRequest(parsed, request);
+}
 
 int runForm(const std::vector<std::string>& args) {
   if (args.empty() || args[0] == "--help" || args[0] == "help") {
     std::fputs(kFormUsage, args.empty() ? stderr : stdout);
     return args.empty() ? 2 : 0;
   }
-  ParsedOptions parsed;
-  std::string error;
-  if (!parseOptions(args, {"store", "focus"}, &parsed, &error)) return usageError(error);
-  if (parsed.positional.empty()) return usageError("missing sub-command");
-  const std::string& command = parsed.positional[0];
-  if (command != "render" && command != "show") return usageError("unknown sub-command '" + command + "'");
   FormRequest request;
-  if (auto problem = readRequest(parsed, &request)) return usageError(*problem);
-  return command == "render" ? render(request) : show(std::move(request));
+  if (auto problem = readFormRequest(args, &request)) return formUsageError(*problem);
+  // Options are checked here first, so that a usage error never waits for a window.
+  return request.command == "show" ? launchFormProgram(args) : render(request);
 }
 
 }  // namespace brivane::cli

@@ -28,9 +28,7 @@ int help(const std::string& command) {
   if (command == "call") return brivane::cli::runCall(askHelp);
   if (command == "sandbox") return brivane::cli::runSandbox(askHelp);
   if (command == "style") return brivane::cli::runStyle(askHelp);
-#ifdef BRIVANE_HAVE_FORM
   if (command == "form") return brivane::cli::runForm(askHelp);
-#endif
   if (command == "demo") return brivane::cli::runDemo(askHelp);
   std::fprintf(stderr, "brivane help: unknown command '%s'\n\n%s", command.c_str(), kUsage);
   return 2;
@@ -49,9 +47,7 @@ int main(int argc, char** argv) {
   if (command == "call") return brivane::cli::runCall(args);
   if (command == "sandbox") return brivane::cli::runSandbox(args);
   if (command == "style") return brivane::cli::runStyle(args);
-#ifdef BRIVANE_HAVE_FORM
   if (command == "form") return brivane::cli::runForm(args);
-#endif
   if (command == "--version" || command == "version") {
     std::printf("%s\n", brivane::QPLookups::SDKVersion().c_str());
     return 0;
