@@ -16,6 +16,7 @@
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/api/core/QPLookups.h"
 #include "brivane/commands.h"
+#include "brivane/form_command.h"
 #include "brivane/platform/QPMainQueue.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/Shopper.h"
@@ -65,13 +66,6 @@ std::string maskedCardNumber(const std::string& number) {
   return number.substr(0, 6) + std::string(number.size() - 10, '*') + number.substr(number.size() - 4);
 }
 
-bool displayPresent() {
-  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"}) {
-    const char* value = std::getenv(name);
-    if (value != nullptr && *value != '\0') return true;
-  }
-  return false;
-}
 
 // Runs the steps in order, one line each, and stops at the first that fails.
 class Journey {
@@ -202,11 +196,11 @@ int runDemo(const std::vector<std::string>& args) {
     showForm = true;
   }
   if (showForm) {
+    if (!displayPresent())
+      return usageError("--show-form needs a display: neither $DISPLAY nor $WAYLAND_DISPLAY is set");
 #ifndef BRIVANE_HAVE_FORM
     return usageError("--show-form needs the payment form, which this build does not have");
 #endif
-    if (!displayPresent())
-      return usageError("--show-form needs a display: neither $DISPLAY nor $WAYLAND_DISPLAY is set");
   }
   sandbox::Sandbox server;
   if (!server.start()) {

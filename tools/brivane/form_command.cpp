@@ -164,15 +164,13 @@ int render(const FormRequest& request) {
   return 0;
 }
 
-// A display for the window: X11 or Wayland.
-bool displayPresent() {
-  const char* x11 = std::getenv("DISPLAY");
-  const char* wayland = std::getenv("WAYLAND_DISPLAY");
-  return (x11 != nullptr && *x11 != '\0') || (wayland != nullptr && *wayland != '\0');
-}
-
 // `show` runs in the form program beside this one; this process becomes it.
 int launchFormProgram(const std::vector<std::string>& args) {
+  if (!displayPresent()) {
+    std::fputs("brivane form show: no display: set DISPLAY or WAYLAND_DISPLAY (or run under xvfb-run)\n",
+               stderr);
+    return 1;
+  }
   std::error_code error;
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
   const std::filesystem::path program = self.parent_path() / "brivane-form";
@@ -181,11 +179,6 @@ int launchFormProgram(const std::vector<std::string>& args) {
                  "brivane form show: the form program %s is missing (it is built and installed with the "
                  "payment form library)\n",
                  program.c_str());
-    return 1;
-  }
-  if (!displayPresent()) {
-    std::fputs("brivane form show: no display: set DISPLAY or WAYLAND_DISPLAY (or run under xvfb-run)\n",
-               stderr);
     return 1;
   }
   std::vector<char*> argv;
@@ -201,6 +194,14 @@ int launchFormProgram(const std::vector<std::string>& args) {
 }
 
 }  // namespace
+
+bool displayPresent() {
+  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+    const char* value = std::getenv(name);
+    if (value != nullptr && *value != '\0') return true;
+  }
+  return false;
+}
 
 std::optional<std::string> readFormRequest(const std::vector<std::string>& args, FormRequest* request) {
   ParsedOptions parsed;

@@ -42,6 +42,9 @@ int formUsageError(const std::string& message);
 /// error's message, or nil.
 std::optional<std::string> readFormRequest(const std::vector<std::string>& args, FormRequest* request);
 
+/// Whether a display for a window is there: DISPLAY (X11) or WAYLAND_DISPLAY set.
+bool displayPresent();
+
 /// `show`: the live form in a window (in `brivane-form`).
 int showForm(FormRequest request);
 

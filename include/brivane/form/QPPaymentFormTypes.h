@@ -7,6 +7,8 @@
 
 #include <boost/json/object.hpp>
 
+#include "brivane/api/core/QPURLQueryItem.h"
+
 namespace brivane {
 
 /// What the form does with the payment option the user enters.
@@ -50,12 +52,6 @@ enum QPToolbarType : std::uint64_t {
   QPToolbarTypeStandard = 1,
   QPToolbarType3dSecure = 2,
   QPToolbarTypeWizard = 3,
-};
-
-/// One query item of a URL: a name and its value (nil when the item has no "=").
-struct QPURLQueryItem {
-  std::string name;
-  std::optional<std::string> value;
 };
 
 /// Deployment values of the form: where the card gateway's widget lives and where the

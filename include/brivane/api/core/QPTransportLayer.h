@@ -15,15 +15,9 @@
 #include "brivane/api/core/QPAccessTokenProvider.h"
 #include "brivane/api/core/QPApiClientSetting.h"
 #include "brivane/api/core/QPError.h"
+#include "brivane/api/core/QPURLQueryItem.h"
 
 namespace brivane {
-
-/// One query item of a URL.
-struct QPURLQueryItem {
-  std::string name;
-  std::optional<std::string> value;
-  bool operator==(const QPURLQueryItem&) const = default;
-};
 
 /// The path and query items of a request URL, relative to the configured base URL.
 struct QPURLComponents {
