@@ -253,7 +253,7 @@ struct Row {
   double sdkMicros = 0, anchorMicros = 0, sdkSwitches = 0, anchorSwitches = 0;
 };
 std::vector<Row> summary;
-constexpr int kRounds = 21;
+constexpr int kRounds = 61;
 
 template <class Side>
 bool measure(Side& side, int inFlight, int batches, bench::Usage* usage) {
@@ -264,9 +264,10 @@ bool measure(Side& side, int inFlight, int batches, bench::Usage* usage) {
   return ok;
 }
 
-// Calls per side and round: enough to last some tens of milliseconds.
+// Calls per side and round: at least 100, about 10 ms. Short rounds, many of them, so that a
+// burst of load on the machine falls on both sides of a round rather than on one.
 int batchesFor(int inFlight) {
-  return std::max(2, 400 / inFlight);
+  return std::max(1, 100 / inFlight);
 }
 
 void BM_Calls(benchmark::State& state) {
