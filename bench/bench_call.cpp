@@ -1,107 +1,379 @@
-// One small call through the SDK against the same exchange made with plain libcurl, on loopback.
+// Small calls through the SDK against the same exchanges made with plain libcurl, on loopback.
+//
+// The server runs in a child process (so the CPU time and context switches measured here are the
+// client's alone), keeps connections alive without limit and sets TCP_NODELAY. Every side builds
+// the same GET, parses the same answer with Boost.JSON and fills the same response class:
+//   sdk     the settings family's getgetFinancialInstitutionData, completions on the main queue;
+//   multi   anchor (b): one multi handle driven on the calling thread, a new easy handle per
+//           request (as the SDK's networking thread does), at most 6 connections;
+//   easy    anchor (a): one reused easy handle, one request at a time (only for 1 in flight).
+// Each benchmark is a number of rounds; a round runs every side once, in an order that alternates
+// from round to round, and yields the ratio sdk/anchor of that round. The counters are the median
+// of those ratios with quartiles and extremes; the summary at the end prints them again.
 #include <benchmark/benchmark.h>
 #include <curl/curl.h>
+#include <httplib.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
+#include "BenchRounds.h"
 #include "brivane/api/core/QPApiProvider.h"
+#include "brivane/api/settings/QPSettingsTypes.h"
 #include "brivane/platform/QPMainQueue.h"
-#include "sandbox/Sandbox.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+constexpr const char* kPath = "/settings/getFinancialInstitutionData";
+constexpr const char* kAnswer =
+    R"({"partnerReference":"BENCH0123456789","localDate":"2024-03-03","localTime":"090507",)"
+    R"("sysDate":"2024-03-03","sysTime":"090508","responseCode":"0000","responseDescription":"Success",)"
+    R"("name":"Brivane Sandbox Bank AG","addr1":"Kärntner Ring 12","addr2":"3. Stock","city":"Wien",)"
+    R"("state":"Wien","countryName":"Austria","countryCode":"AT","postCode":"1010",)"
+    R"("creditorIdentifier":"AT61ZZZ00000012345"})";
+constexpr const char* kProgram = "BENCH";
+constexpr const char* kToken = "bench-access-token-0123456789abcdef";
 
-size_t discard(char*, size_t size, size_t count, void* sink) {
-  static_cast<std::string*>(sink)->append(size * count, ' ');
-  return size * count;
+// --- The server, in a child process ----------------------------------------------------------
+
+pid_t serverPid = 0;
+int serverPort = 0;
+
+[[noreturn]] void serve(int reportFd) {
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
+  httplib::Server server;
+  server.set_keep_alive_max_count(std::numeric_limits<std::size_t>::max());
+  server.set_keep_alive_timeout(600);
+  server.set_tcp_nodelay(true);
+  // Every kept-alive connection holds a worker: 6 for the SDK, 6 for anchor (b), 1 for (a).
+  server.new_task_queue = [] { return new httplib::ThreadPool(24); };
+  server.Get(kPath, [](const httplib::Request&, httplib::Response& res) {
+    res.set_content(kAnswer, "application/json");
+  });
+  int port = server.bind_to_any_port("127.0.0.1");
+  if (write(reportFd, &port, sizeof port) != static_cast<ssize_t>(sizeof port)) _exit(1);
+  close(reportFd);
+  server.listen_after_bind();
+  _exit(0);
 }
 
-struct Setup {
-  brivane::sandbox::Sandbox sandbox;
-  std::unique_ptr<brivane::QPApiProvider> provider;
-  std::string token;
-  std::string url;
-
-  Setup() {
-    sandbox.start();
-    token = sandbox.issueAccessToken();
-    auto tokens = std::make_shared<brivane::QPDefaultAccessTokenProvider>();
-    tokens->setAccessToken(token);
-    brivane::QPApiProviderOption option;
-    option.url = sandbox.baseUrl();
-    option.programCode = sandbox.options().programCode;
-    option.partnerReferencePrefix = "BENCH";
-    option.accessTokenProvider = tokens;
-    provider = std::make_unique<brivane::QPApiProvider>(option);
-    url = sandbox.baseUrl() +
-          "/settings/getFinancialInstitutionData?localDate=2024-03-03&localTime=090507&partnerReference="
-          "BENCH0123456789&programCode=" +
-          sandbox.options().programCode;
+bool startServer() {
+  int fds[2];
+  if (pipe(fds) != 0) return false;
+  serverPid = fork();
+  if (serverPid < 0) return false;
+  if (serverPid == 0) {
+    close(fds[0]);
+    serve(fds[1]);
   }
-};
-
-bool sdkCall(Setup& setup) {
-  bool done = false, ok = false;
-  setup.provider->settingsAPI()->getgetFinancialInstitutionData(
-      brivane::QPGetFinancialInstitutionDataRequest(),
-      [&](std::optional<brivane::QPError> error,
-          std::shared_ptr<brivane::QPGetFinancialInstitutionDataResponse>) {
-        ok = !error;
-        done = true;
-      });
-  brivane::QPMainQueue::runUntil([&] { return done; }, std::chrono::seconds(5));
+  close(fds[1]);
+  bool ok = read(fds[0], &serverPort, sizeof serverPort) == static_cast<ssize_t>(sizeof serverPort) &&
+            serverPort > 0;
+  close(fds[0]);
   return ok;
 }
 
-// The same request with a reused easy handle: headers, query, JSON parse of the answer.
-struct PlainCurl {
-  CURL* easy = curl_easy_init();
+void stopServer() {
+  if (serverPid <= 0) return;
+  kill(serverPid, SIGTERM);
+  waitpid(serverPid, nullptr, 0);
+  serverPid = 0;
+}
+
+std::string baseUrl() {
+  return "http://127.0.0.1:" + std::to_string(serverPort);
+}
+
+// --- The shared part of every side: same parse, same fill ----------------------------------------
+
+bool parseAndFill(const std::string& body) {
+  boost::system::error_code ec;
+  boost::json::value json = boost::json::parse(body, ec);
+  if (ec) return false;
+  auto response = std::make_shared<brivane::QPGetFinancialInstitutionDataResponse>();
+  response->initWithJSONObject(json);
+  benchmark::DoNotOptimize(response);
+  return response->creditorIdentifier.has_value();
+}
+
+size_t collect(char* data, size_t size, size_t count, void* sink) {
+  static_cast<std::string*>(sink)->append(data, size * count);
+  return size * count;
+}
+
+std::string anchorUrl() {
+  return baseUrl() + kPath +
+         "?localDate=2024-03-03&localTime=090507&partnerReference=BENCH0123456789&programCode=" + kProgram;
+}
+
+curl_slist* anchorHeaders() {
   curl_slist* headers = nullptr;
-  std::string body;
-  explicit PlainCurl(const Setup& setup) {
-    headers = curl_slist_append(headers, ("Authorization: Bearer " + setup.token).c_str());
-    headers = curl_slist_append(headers, "Accept: application/json");
-    headers = curl_slist_append(headers, "Content-Type: application/json");
-    curl_easy_setopt(easy, CURLOPT_URL, setup.url.c_str());
-    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers);
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, discard);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, &body);
+  headers = curl_slist_append(headers, (std::string("Authorization: Bearer ") + kToken).c_str());
+  headers = curl_slist_append(headers, "Accept: application/json");
+  headers = curl_slist_append(headers, "Content-Type: application/json");
+  headers = curl_slist_append(headers, "Expect:");
+  return headers;
+}
+
+void commonOptions(CURL* easy, const std::string& url, curl_slist* headers, std::string* body) {
+  curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
+  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, 60000L);
+  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers);
+  curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, collect);
+  curl_easy_setopt(easy, CURLOPT_WRITEDATA, body);
+}
+
+// --- The three sides --------------------------------------------------------------------------
+
+class Sdk {
+ public:
+  Sdk() {
+    auto tokens = std::make_shared<brivane::QPDefaultAccessTokenProvider>();
+    tokens->setAccessToken(kToken);
+    brivane::QPApiProviderOption option;
+    option.url = baseUrl();
+    option.programCode = kProgram;
+    option.partnerReferencePrefix = "BENCH";
+    option.accessTokenProvider = tokens;
+    provider_ = std::make_unique<brivane::QPApiProvider>(option);
   }
-  ~PlainCurl() {
-    curl_slist_free_all(headers);
-    curl_easy_cleanup(easy);
+
+  // `inFlight` calls started at once; returns once all have completed on the main queue.
+  bool batch(int inFlight) {
+    int done = 0;
+    int failed = 0;
+    for (int i = 0; i < inFlight; ++i) {
+      provider_->settingsAPI()->getgetFinancialInstitutionData(
+          brivane::QPGetFinancialInstitutionDataRequest(),
+          [&](std::optional<brivane::QPError> error,
+              std::shared_ptr<brivane::QPGetFinancialInstitutionDataResponse> response) {
+            if (error || !response || !response->creditorIdentifier) ++failed;
+            ++done;
+          });
+    }
+    brivane::QPMainQueue::runUntil([&] { return done == inFlight; }, std::chrono::seconds(60));
+    return done == inFlight && failed == 0;
   }
-  bool call() {
-    body.clear();
-    return curl_easy_perform(easy) == CURLE_OK;
-  }
+
+ private:
+  std::unique_ptr<brivane::QPApiProvider> provider_;
 };
 
-void BM_SmallCall_SdkVersusPlainCurl(benchmark::State& state) {
-  Setup setup;
-  PlainCurl plain(setup);
-  sdkCall(setup);  // warm both connections
-  plain.call();
-  Clock::duration sdk{}, curl{};
-  for (auto _ : state) {
-    auto t0 = Clock::now();
-    if (!sdkCall(setup)) state.SkipWithError("SDK call failed");
-    auto t1 = Clock::now();
-    if (!plain.call()) state.SkipWithError("curl call failed");
-    auto t2 = Clock::now();
-    sdk += t1 - t0;
-    curl += t2 - t1;
+// Anchor (b): a plain multi handle on this thread, a new easy handle per request.
+class PlainMulti {
+ public:
+  PlainMulti() : url_(anchorUrl()), headers_(anchorHeaders()), multi_(curl_multi_init()) {
+    curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, 6L);
   }
-  double n = static_cast<double>(state.iterations());
-  state.counters["sdk_us"] = std::chrono::duration<double, std::micro>(sdk).count() / n;
-  state.counters["curl_us"] = std::chrono::duration<double, std::micro>(curl).count() / n;
-  state.counters["sdk_over_curl"] =
-      std::chrono::duration<double>(sdk).count() / std::chrono::duration<double>(curl).count();
+  ~PlainMulti() {
+    curl_multi_cleanup(multi_);
+    curl_slist_free_all(headers_);
+  }
+
+  bool batch(int inFlight) {
+    std::map<CURL*, std::string> bodies;
+    for (int i = 0; i < inFlight; ++i) {
+      CURL* easy = curl_easy_init();
+      commonOptions(easy, url_, headers_, &bodies[easy]);
+      curl_multi_add_handle(multi_, easy);
+    }
+    int done = 0;
+    bool ok = true;
+    while (done < inFlight) {
+      int running = 0;
+      curl_multi_perform(multi_, &running);
+      int left = 0;
+      while (CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+        if (message->msg != CURLMSG_DONE) continue;
+        CURL* easy = message->easy_handle;
+        long status = 0;
+        curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+        ok = ok && message->data.result == CURLE_OK && status == 200 && parseAndFill(bodies[easy]);
+        curl_multi_remove_handle(multi_, easy);
+        curl_easy_cleanup(easy);
+        ++done;
+      }
+      if (done < inFlight) curl_multi_poll(multi_, nullptr, 0, 1000, nullptr);
+    }
+    return ok;
+  }
+
+ private:
+  std::string url_;
+  curl_slist* headers_;
+  CURLM* multi_;
+};
+
+// Anchor (a): one reused easy handle, one request at a time.
+class PlainEasy {
+ public:
+  PlainEasy() : url_(anchorUrl()), headers_(anchorHeaders()), easy_(curl_easy_init()) {
+    commonOptions(easy_, url_, headers_, &body_);
+  }
+  ~PlainEasy() {
+    curl_easy_cleanup(easy_);
+    curl_slist_free_all(headers_);
+  }
+
+  bool batch(int inFlight) {
+    bool ok = true;
+    for (int i = 0; i < inFlight; ++i) {
+      body_.clear();
+      long status = 0;
+      ok = ok && curl_easy_perform(easy_) == CURLE_OK;
+      curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
+      ok = ok && status == 200 && parseAndFill(body_);
+    }
+    return ok;
+  }
+
+ private:
+  std::string url_;
+  curl_slist* headers_;
+  CURL* easy_;
+  std::string body_;
+};
+
+// --- Rounds -----------------------------------------------------------------------------------
+
+struct Row {
+  std::string name;
+  bench::Spread wall, cpu;
+  double sdkMicros = 0, anchorMicros = 0, sdkSwitches = 0, anchorSwitches = 0;
+};
+std::vector<Row> summary;
+constexpr int kRounds = 61;
+
+template <class Side>
+bool measure(Side& side, int inFlight, int batches, bench::Usage* usage) {
+  bench::Usage before = bench::Usage::now();
+  bool ok = true;
+  for (int i = 0; i < batches; ++i) ok = side.batch(inFlight) && ok;
+  *usage = bench::Usage::now() - before;
+  return ok;
 }
-BENCHMARK(BM_SmallCall_SdkVersusPlainCurl)->Unit(benchmark::kMicrosecond)->MinTime(2.0);
+
+// Calls per side and round: at least 100, about 10 ms. Short rounds, many of them, so that a
+// burst of load on the machine falls on both sides of a round rather than on one.
+int batchesFor(int inFlight) {
+  return std::max(1, 100 / inFlight);
+}
+
+void BM_Calls(benchmark::State& state) {
+  const int inFlight = static_cast<int>(state.range(0));
+  const bool withEasy = inFlight == 1;
+  const int batches = batchesFor(inFlight);
+  const double calls = static_cast<double>(inFlight) * batches;
+  Sdk sdk;
+  PlainMulti multi;
+  PlainEasy easy;
+  // Warm-up: connections open, first-use allocations done.
+  if (!sdk.batch(inFlight) || !multi.batch(inFlight) || (withEasy && !easy.batch(inFlight))) {
+    state.SkipWithError("a warm-up call failed");
+    return;
+  }
+  std::vector<double> wallB, cpuB, wallA, cpuA, sdkWall, multiWall, easyWall, sdkSwitches, multiSwitches,
+      easySwitches;
+  int round = 0;
+  for (auto _ : state) {
+    bench::Usage uSdk, uMulti, uEasy;
+    bool ok = true;
+    // Alternate the order: sdk first on even rounds, anchors first on odd ones.
+    if (round % 2 == 0) {
+      ok = measure(sdk, inFlight, batches, &uSdk) && ok;
+      ok = measure(multi, inFlight, batches, &uMulti) && ok;
+      if (withEasy) ok = measure(easy, inFlight, batches, &uEasy) && ok;
+    } else {
+      if (withEasy) ok = measure(easy, inFlight, batches, &uEasy) && ok;
+      ok = measure(multi, inFlight, batches, &uMulti) && ok;
+      ok = measure(sdk, inFlight, batches, &uSdk) && ok;
+    }
+    ++round;
+    if (!ok) {
+      state.SkipWithError("a call failed");
+      return;
+    }
+    wallB.push_back(uSdk.wallSeconds / uMulti.wallSeconds);
+    cpuB.push_back(uSdk.cpuSeconds / uMulti.cpuSeconds);
+    sdkWall.push_back(uSdk.wallSeconds / calls * 1e6);
+    multiWall.push_back(uMulti.wallSeconds / calls * 1e6);
+    sdkSwitches.push_back(uSdk.contextSwitches / calls);
+    multiSwitches.push_back(uMulti.contextSwitches / calls);
+    if (withEasy) {
+      wallA.push_back(uSdk.wallSeconds / uEasy.wallSeconds);
+      cpuA.push_back(uSdk.cpuSeconds / uEasy.cpuSeconds);
+      easyWall.push_back(uEasy.wallSeconds / calls * 1e6);
+      easySwitches.push_back(uEasy.contextSwitches / calls);
+    }
+  }
+  auto add = [&](const std::string& prefix, const std::vector<double>& wall, const std::vector<double>& cpu) {
+    bench::Spread w = bench::spreadOf(wall);
+    state.counters[prefix + "_wall"] = w.median;
+    state.counters[prefix + "_wall_p25"] = w.p25;
+    state.counters[prefix + "_wall_p75"] = w.p75;
+    state.counters[prefix + "_cpu"] = bench::spreadOf(cpu).median;
+  };
+  add("sdk/multi", wallB, cpuB);
+  state.counters["sdk_us"] = bench::spreadOf(sdkWall).median;
+  state.counters["multi_us"] = bench::spreadOf(multiWall).median;
+  state.counters["sdk_csw"] = bench::spreadOf(sdkSwitches).median;
+  state.counters["multi_csw"] = bench::spreadOf(multiSwitches).median;
+  summary.push_back({"sdk/multi  " + std::to_string(inFlight) + " in flight", bench::spreadOf(wallB),
+                     bench::spreadOf(cpuB), bench::spreadOf(sdkWall).median,
+                     bench::spreadOf(multiWall).median, bench::spreadOf(sdkSwitches).median,
+                     bench::spreadOf(multiSwitches).median});
+  if (withEasy) {
+    add("sdk/easy", wallA, cpuA);
+    state.counters["easy_us"] = bench::spreadOf(easyWall).median;
+    summary.push_back({"sdk/easy   " + std::to_string(inFlight) + " in flight", bench::spreadOf(wallA),
+                       bench::spreadOf(cpuA), bench::spreadOf(sdkWall).median,
+                       bench::spreadOf(easyWall).median, bench::spreadOf(sdkSwitches).median,
+                       bench::spreadOf(easySwitches).median});
+  }
+}
+BENCHMARK(BM_Calls)->Arg(1)->Arg(10)->Arg(100)->Arg(1000)->Iterations(kRounds)->UseRealTime()->Unit(
+    benchmark::kMillisecond);
+
+void printSummary() {
+  std::printf("\nMedian of %d per-round ratios (SDK over anchor), interquartile range and extremes:\n",
+              kRounds);
+  std::printf("%-26s %-52s %-8s %9s %9s %8s %8s\n", "", "wall", "cpu", "sdk us", "anchor us", "sdk csw",
+              "anc csw");
+  for (const Row& row : summary)
+    std::printf("%-26s %-52s %-8.3f %9.1f %9.1f %8.2f %8.2f\n", row.name.c_str(),
+                bench::describe(row.wall).c_str(), row.cpu.median, row.sdkMicros, row.anchorMicros,
+                row.sdkSwitches, row.anchorSwitches);
+  std::printf("(us and csw: wall time and context switches of the whole client process per call)\n");
+}
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  // The server is forked before any thread of the client exists.
+  if (!startServer()) {
+    std::fprintf(stderr, "bench_call: the loopback server did not start\n");
+    return 1;
+  }
+  curl_global_init(CURL_GLOBAL_DEFAULT);
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    stopServer();
+    return 1;
+  }
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  printSummary();
+  stopServer();
+  return 0;
+}

@@ -122,22 +122,32 @@ class CurlEngine final : public NetworkEngine {
     auto transfer = std::make_unique<Transfer>();
     transfer->request = std::move(request);
     transfer->done = std::move(done);
+    bool wake = false;
     {
       std::lock_guard lock(mutex_);
+      wake = nothingQueued();
       incoming_.push_back(std::move(transfer));
     }
-    curl_multi_wakeup(multi_);
+    if (wake) curl_multi_wakeup(multi_);
   }
 
   void dispatch(std::function<void()> task) override {
+    bool wake = false;
     {
       std::lock_guard lock(mutex_);
+      wake = nothingQueued();
       tasks_.push_back(std::move(task));
     }
-    curl_multi_wakeup(multi_);
+    if (wake) curl_multi_wakeup(multi_);
   }
 
  private:
+  // Whether both queues are empty (called with `mutex_` held). Only the call that makes them
+  // non-empty wakes the networking thread: until it has taken the queues, that one wake-up is
+  // still pending and covers every request queued after it (1,000 calls started at once cost
+  // one wake-up, not 1,000).
+  bool nothingQueued() const { return incoming_.empty() && tasks_.empty(); }
+
   void run() {
     while (true) {
       std::deque<std::unique_ptr<Transfer>> incoming;

@@ -441,6 +441,48 @@ TEST(QPCompletionContract, ManyConcurrentCallsFromOtherThreadsEachCompleteOnce) 
   }
 }
 
+// Calls that fail before sending and calls that are sent share the networking thread's wake-up:
+// started together from several threads, each still completes once, with its own outcome.
+TEST(QPCompletionContract, EarlyFailuresAndSentCallsStartedTogetherEachCompleteOnce) {
+  SandboxClient client;
+  QPApiProviderOption unconfigured;  // no URL: fails before sending
+  unconfigured.programCode = "P";
+  QPApiProvider broken(unconfigured);
+  constexpr int kCalls = 60;
+  std::vector<Captured<QPGetCountriesResponse>> captured(kCalls);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = t; i < kCalls; i += 3) {
+        QPApiProvider& provider = i % 2 == 0 ? *client.provider : broken;
+        provider.settingsAPI()->getCountries(QPGetCountriesRequest(), captured[i].completion());
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  ASSERT_TRUE(QPMainQueue::runUntil(
+      [&] {
+        for (auto& c : captured)
+          if (c.calls == 0) return false;
+        return true;
+      },
+      std::chrono::seconds(20)));
+  QPMainQueue::runFor(std::chrono::milliseconds(50));
+  for (int i = 0; i < kCalls; ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(captured[i].calls, 1);
+    EXPECT_TRUE(captured[i].onMainThread);
+    if (i % 2 == 0) {
+      EXPECT_FALSE(captured[i].error);
+      EXPECT_TRUE(captured[i].response && captured[i].response->countries);
+    } else {
+      ASSERT_TRUE(captured[i].error);
+      EXPECT_EQ(captured[i].error->domain(), QPErrorDomainClient);
+      EXPECT_EQ(captured[i].error->code(), QPClientErrorMissingSetting);
+    }
+  }
+}
+
 // A loopback peer for redirects: each path answers with a scripted status and location; every
 // request it receives is recorded.
 class RedirectingServer {
