@@ -507,7 +507,9 @@ TEST(QPFormBundleTemplates, HostileValuesStayInTheirPlace) {
   const std::pair<std::uint64_t, std::vector<std::string>> pages[] = {
       {0, {"VISA"}}, {0, {"VISA", "MSTRCRD"}}, {2, {"PAYPAL"}},  {3, {"VISA", "AMEX"}},
       {4, {"VISA"}}, {5, {"MSTRO"}},           {6, {"BNKACCT"}}, {7, {"VISA"}}};
-  for (const auto& [provider, options] : pages) {
+  for (const auto& page : pages) {
+    const std::uint64_t provider = page.first;
+    const std::vector<std::string>& options = page.second;
     auto renderWith = [&](const Input& in) {
       QPFormConfiguration configuration = validConfiguration(provider);
       configuration.apiURL = in.apiURL;
