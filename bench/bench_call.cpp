@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <map>
 #include <memory>
@@ -357,15 +358,55 @@ void printSummary() {
   std::printf("(us and csw: wall time and context switches of the whole client process per call)\n");
 }
 
+// `--only=sdk|multi|easy [--in-flight=N] [--batches=N]`: runs one side alone, for a profiler or
+// strace to look at (no measurement of its own).
+int runOnly(const std::string& side, int inFlight, int batches) {
+  bool ok = true;
+  bench::Usage before = bench::Usage::now();
+  if (side == "sdk") {
+    Sdk sdk;
+    for (int i = 0; i < batches; ++i) ok = sdk.batch(inFlight) && ok;
+  } else if (side == "multi") {
+    PlainMulti multi;
+    for (int i = 0; i < batches; ++i) ok = multi.batch(inFlight) && ok;
+  } else if (side == "easy") {
+    PlainEasy easy;
+    for (int i = 0; i < batches; ++i) ok = easy.batch(inFlight) && ok;
+  } else {
+    std::fprintf(stderr, "bench_call: --only takes sdk, multi or easy\n");
+    return 2;
+  }
+  bench::Usage used = bench::Usage::now() - before;
+  double calls = static_cast<double>(batches) * inFlight;
+  std::printf("%s: %d batches of %d calls, %s; per call %.1f us wall, %.1f us CPU, %.2f context switches\n",
+              side.c_str(), batches, inFlight, ok ? "all succeeded" : "FAILED",
+              used.wallSeconds / calls * 1e6, used.cpuSeconds / calls * 1e6, used.contextSwitches / calls);
+  return ok ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::string only;
+  int inFlight = 1;
+  int batches = 10000;
+  for (int i = 1; i < argc; ++i) {
+    std::string argument = argv[i];
+    if (argument.starts_with("--only=")) only = argument.substr(7);
+    if (argument.starts_with("--in-flight=")) inFlight = std::max(1, std::atoi(argument.c_str() + 12));
+    if (argument.starts_with("--batches=")) batches = std::max(1, std::atoi(argument.c_str() + 10));
+  }
   // The server is forked before any thread of the client exists.
   if (!startServer()) {
     std::fprintf(stderr, "bench_call: the loopback server did not start\n");
     return 1;
   }
   curl_global_init(CURL_GLOBAL_DEFAULT);
+  if (!only.empty()) {
+    int status = runOnly(only, inFlight, batches);
+    stopServer();
+    return status;
+  }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     stopServer();

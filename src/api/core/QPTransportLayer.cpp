@@ -1,5 +1,6 @@
 #include "brivane/api/core/QPTransportLayer.h"
 
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <exception>
@@ -14,6 +15,8 @@ namespace {
 
 constexpr const char* kJSONContentType = "application/json";
 constexpr const char* kFormContentType = "application/x-www-form-urlencoded";
+// From this size on, an answer is parsed away from the main context (about a frame's time).
+constexpr std::size_t kLargeAnswerBytes = 256u << 10;
 
 QPError clientError(QPClientErrorCode code, std::string text) {
   return QPError(std::string(QPErrorDomainClient), code, std::move(text));
@@ -37,52 +40,33 @@ bool isSecretHeader(std::string_view name) {
 
 // Characters a URL may carry as they are; every other byte is percent-escaped so that the text
 // parses as a URL (blanks, quotes, braces, non-ASCII). Existing escapes are left alone.
-bool allowedInURL(unsigned char c) {
-  if (std::isalnum(c)) return true;
-  switch (c) {
-    case '-':
-    case '.':
-    case '_':
-    case '~':
-    case ':':
-    case '/':
-    case '?':
-    case '#':
-    case '[':
-    case ']':
-    case '@':
-    case '!':
-    case '$':
-    case '&':
-    case '\'':
-    case '(':
-    case ')':
-    case '*':
-    case '+':
-    case ',':
-    case ';':
-    case '=':
-    case '%':
-      return true;
-    default:
-      return false;
-  }
-}
+constexpr std::array<bool, 256> kAllowedInURL = [] {
+  std::array<bool, 256> allowed{};
+  for (int c = '0'; c <= '9'; ++c) allowed[c] = true;
+  for (int c = 'a'; c <= 'z'; ++c) allowed[c] = true;
+  for (int c = 'A'; c <= 'Z'; ++c) allowed[c] = true;
+  for (unsigned char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%")) allowed[c] = true;
+  return allowed;
+}();
 
-std::string escapeForURL(std::string_view text) {
+// Appends `text` to `url`, escaping what a URL cannot carry; with `inPath`, also "?" and "#"
+// (an identifier holding one stays part of the path).
+void appendEscaped(std::string& url, std::string_view text, bool inPath) {
   static constexpr char kHex[] = "0123456789ABCDEF";
-  std::string result;
-  result.reserve(text.size());
-  for (unsigned char c : text) {
-    if (allowedInURL(c)) {
-      result.push_back(static_cast<char>(c));
-    } else {
-      result.push_back('%');
-      result.push_back(kHex[c >> 4]);
-      result.push_back(kHex[c & 0xF]);
-    }
+  auto carried = [inPath](unsigned char c) {
+    return kAllowedInURL[c] && !(inPath && (c == '?' || c == '#'));
+  };
+  std::size_t i = 0;
+  while (i < text.size()) {
+    std::size_t run = i;
+    while (run < text.size() && carried(static_cast<unsigned char>(text[run]))) ++run;
+    url.append(text.data() + i, run - i);
+    if (run == text.size()) break;
+    auto c = static_cast<unsigned char>(text[run]);
+    const char escaped[3] = {'%', kHex[c >> 4], kHex[c & 0xF]};
+    url.append(escaped, 3);
+    i = run + 1;
   }
-  return result;
 }
 
 // ASCII with lossy conversion: every non-ASCII character becomes one '?'.
@@ -222,15 +206,27 @@ QPTransportLayer::QPTransportLayer(std::shared_ptr<QPAccessTokenProvider> access
 QPTransportLayer::~QPTransportLayer() = default;
 
 std::string QPTransportLayer::composeURL(const QPURLComponents& components) const {
-  std::string base = setting_ && setting_->urlStr() ? *setting_->urlStr() : std::string();
-  // A "?" or "#" inside the path (an identifier holding one) is part of the path, not the start
-  // of the query or fragment.
-  std::string path;
-  for (char c : components.path.value_or("")) path += c == '?' ? "%3F" : c == '#' ? "%23" : std::string(1, c);
-  std::optional<std::string> query = components.query();
-  if (base.ends_with('/') && path.starts_with('/')) base.pop_back();
-  std::string url = base + path + (query ? "?" + *query : std::string());
-  return escapeForURL(url);
+  std::string_view base =
+      setting_ && setting_->urlStr() ? std::string_view(*setting_->urlStr()) : std::string_view();
+  std::string_view path = components.path ? std::string_view(*components.path) : std::string_view();
+  if (base.ends_with('/') && path.starts_with('/')) base.remove_suffix(1);
+  std::string url;
+  url.reserve(base.size() + path.size() + 64);
+  appendEscaped(url, base, false);
+  appendEscaped(url, path, true);
+  if (components.queryItems) {
+    url.push_back('?');
+    for (std::size_t i = 0; i < components.queryItems->size(); ++i) {
+      const QPURLQueryItem& item = (*components.queryItems)[i];
+      if (i > 0) url.push_back('&');
+      appendEscaped(url, item.name, false);
+      if (item.value) {
+        url.push_back('=');
+        appendEscaped(url, *item.value, false);
+      }
+    }
+  }
+  return url;
 }
 
 void QPTransportLayer::loadRequestWithURLComponents(QPURLComponents components, std::string method,
@@ -322,20 +318,26 @@ void QPTransportLayer::start(Outgoing outgoing, Completion completion) {
   outgoing.request.timeout = timeout_;
   outgoing.request.maximumResponseSize = maximumResponseSize_;
   std::weak_ptr<QPTransportLayer> weakSelf = weak_from_this();
-  engine->perform(std::move(outgoing.request),
-                  [weakSelf, completion = std::move(completion)](platform::NetworkResult result) {
-                    std::optional<QPError> error;
-                    if (auto self = weakSelf.lock()) {
-                      error = self->errorFromResponse(result.response ? &*result.response : nullptr,
-                                                      result.error, &result.body);
-                    } else {
-                      // Released meanwhile: the status is not judged, but a networking failure is still one.
-                      error = result.error;
-                    }
-                    std::optional<boost::json::value> json;
-                    if (!error) json = parseJSON(result.body, &error);
-                    if (completion) completion(std::move(json), std::move(error));
-                  });
+  auto read = [weakSelf, completion = std::move(completion)](platform::NetworkResult result) {
+    std::optional<QPError> error;
+    if (auto self = weakSelf.lock()) {
+      error =
+          self->errorFromResponse(result.response ? &*result.response : nullptr, result.error, &result.body);
+    } else {
+      // Released meanwhile: the status is not judged, but a networking failure is still one.
+      error = result.error;
+    }
+    std::optional<boost::json::value> json;
+    if (!error) json = parseJSON(result.body, &error);
+    if (completion) completion(std::move(json), std::move(error));
+  };
+  engine->perform(std::move(outgoing.request), [read = std::move(read)](platform::NetworkResult result) {
+    // A small answer is read where it arrived, on the main context; a large one on the engine's
+    // worker, so that the main loop does not stall while it is parsed and filled.
+    if (result.body.size() < kLargeAnswerBytes) return read(std::move(result));
+    platform::NetworkEngine::shared()->offload(
+        [read, result = std::move(result)]() mutable { read(std::move(result)); });
+  });
 }
 
 std::string QPTransportLayer::defaultMessageFromResponse(const QPHTTPResponse& response) const {

@@ -1,16 +1,25 @@
 #include <curl/curl.h>
+#include <glib.h>
+#include <sys/epoll.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
+#include "platform/linux/QPMainContext.h"
 #include "platform/linux/QPNetworkEngine.h"
 
 namespace brivane::platform {
@@ -98,6 +107,14 @@ bool isHeader(const std::string& header, std::string_view name) {
   return true;
 }
 
+void guarded(const std::function<void()>& task) {
+  runGuarded(task, "a networking callback");
+}
+
+// The multi handle is driven by one source on the default main context: its sockets are the
+// source's file descriptors and libcurl's timer its ready time, so that a call started on the
+// main context is sent, answered and completed there without waking another thread. Calls
+// started on other threads are queued and wake the context once per burst.
 class CurlEngine final : public NetworkEngine {
  public:
   CurlEngine() {
@@ -105,73 +122,188 @@ class CurlEngine final : public NetworkEngine {
     multi_ = curl_multi_init();
     // Like a browser: a few connections per host, reused; further requests wait for one.
     curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, 6L);
-    thread_ = std::thread([this] { run(); });
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, onSocket);
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, onTimer);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+    context_ = g_main_context_ref(g_main_context_default());
+    source_ = g_source_new(&kSourceFuncs, sizeof(EngineSource));
+    reinterpret_cast<EngineSource*>(source_)->engine = this;
+    g_source_set_priority(source_, G_PRIORITY_DEFAULT);
+    // A host's code that runs a nested main loop from a transport completion still sees its
+    // other requests progress.
+    g_source_set_can_recurse(source_, TRUE);
+    g_source_set_static_name(source_, "BrivaneSDK networking");
+    // libcurl's sockets are watched through one epoll descriptor: the context polls that one
+    // only, and a socket's interest changes with one epoll_ctl instead of a change of the
+    // context's poll set (which wakes the context each time).
+    epoll_ = epoll_create1(EPOLL_CLOEXEC);
+    epollTag_ = g_source_add_unix_fd(source_, epoll_, G_IO_IN);
+    g_source_attach(source_, context_);
   }
 
   ~CurlEngine() override {
-    {
-      std::lock_guard lock(mutex_);
-      stopping_ = true;
-    }
-    curl_multi_wakeup(multi_);
-    thread_.join();
+    shutDown();
+    g_source_destroy(source_);
+    g_source_unref(source_);
+    g_main_context_unref(context_);
     curl_multi_cleanup(multi_);
+    close(epoll_);
+    {
+      std::lock_guard lock(workMutex_);
+      workStopping_ = true;
+    }
+    workReady_.notify_one();
+    if (worker_.joinable()) worker_.join();
   }
 
   void perform(NetworkRequest request, std::function<void(NetworkResult)> done) override {
     auto transfer = std::make_unique<Transfer>();
     transfer->request = std::move(request);
     transfer->done = std::move(done);
-    bool wake = false;
-    {
-      std::lock_guard lock(mutex_);
-      wake = nothingQueued();
-      incoming_.push_back(std::move(transfer));
-    }
-    if (wake) curl_multi_wakeup(multi_);
+    enqueue([&] { incoming_.push_back(std::move(transfer)); });
   }
 
   void dispatch(std::function<void()> task) override {
-    bool wake = false;
+    enqueue([&] { tasks_.push_back(std::move(task)); });
+  }
+
+  void offload(std::function<void()> task) override {
     {
-      std::lock_guard lock(mutex_);
-      wake = nothingQueued();
-      tasks_.push_back(std::move(task));
+      std::lock_guard lock(workMutex_);
+      if (!worker_.joinable()) worker_ = std::thread([this] { work(); });
+      work_.push_back(std::move(task));
     }
-    if (wake) curl_multi_wakeup(multi_);
+    workReady_.notify_one();
   }
 
  private:
-  // Whether both queues are empty (called with `mutex_` held). Only the call that makes them
-  // non-empty wakes the networking thread: until it has taken the queues, that one wake-up is
-  // still pending and covers every request queued after it (1,000 calls started at once cost
-  // one wake-up, not 1,000).
-  bool nothingQueued() const { return incoming_.empty() && tasks_.empty(); }
+  struct EngineSource {
+    GSource base;
+    CurlEngine* engine;
+  };
 
-  void run() {
-    while (true) {
-      std::deque<std::unique_ptr<Transfer>> incoming;
-      std::deque<std::function<void()>> tasks;
-      {
-        std::lock_guard lock(mutex_);
-        if (stopping_) break;
-        incoming.swap(incoming_);
-        tasks.swap(tasks_);
-      }
-      for (auto& transfer : incoming) begin(std::move(transfer));
-      for (auto& task : tasks) task();
-      int running = 0;
-      curl_multi_perform(multi_, &running);
-      int left = 0;
-      while (CURLMsg* message = curl_multi_info_read(multi_, &left)) {
-        if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
-      }
-      curl_multi_poll(multi_, nullptr, 0, 1000, nullptr);
+  struct Finished {
+    std::unique_ptr<Transfer> transfer;
+    CURLcode code;
+  };
+
+  static CurlEngine* engineOf(GSource* source) { return reinterpret_cast<EngineSource*>(source)->engine; }
+
+  // Only the call that makes the queues non-empty wakes the context, and only when another
+  // thread is running it: the one wake-up covers every call queued until the queues are taken.
+  template <class Push>
+  void enqueue(Push push) {
+    bool wake = false;
+    {
+      std::lock_guard lock(mutex_);
+      wake = !queued_.load(std::memory_order_relaxed);
+      push();
+      queued_.store(true, std::memory_order_release);
     }
-    shutDown();
+    if (wake) wakeIfWaiting(context_);
   }
 
-  void begin(std::unique_ptr<Transfer> transfer) {
+  // Microseconds (GLib's monotonic clock) at which libcurl wants its timer action; -1: none.
+  bool timerDue() const { return timerDeadline_ >= 0 && timerDeadline_ <= g_get_monotonic_time(); }
+
+  static gboolean prepare(GSource* source, gint* timeout) {
+    CurlEngine* engine = engineOf(source);
+    *timeout = -1;
+    if (engine->queued_.load(std::memory_order_acquire)) {
+      *timeout = 0;
+      return TRUE;
+    }
+    if (engine->timerDeadline_ >= 0) {
+      gint64 remaining = engine->timerDeadline_ - g_get_monotonic_time();
+      if (remaining <= 0) {
+        *timeout = 0;
+        return TRUE;
+      }
+      *timeout = static_cast<gint>(std::min<gint64>((remaining + 999) / 1000, G_MAXINT));
+    }
+    return FALSE;
+  }
+
+  static gboolean check(GSource* source) {
+    CurlEngine* engine = engineOf(source);
+    return engine->queued_.load(std::memory_order_acquire) || engine->timerDue() ||
+           g_source_query_unix_fd(source, engine->epollTag_) != 0;
+  }
+
+  static gboolean dispatchSource(GSource* source, GSourceFunc, gpointer) {
+    engineOf(source)->drive();
+    return G_SOURCE_CONTINUE;
+  }
+
+  static inline GSourceFuncs kSourceFuncs = {prepare, check, dispatchSource, nullptr, nullptr, nullptr};
+
+  static int onSocket(CURL*, curl_socket_t socket, int what, void* user, void* known) {
+    auto* engine = static_cast<CurlEngine*>(user);
+    epoll_event event{};
+    event.data.fd = socket;
+    if (what == CURL_POLL_REMOVE) {
+      // The socket may already be gone from the set (closed); nothing else to undo.
+      epoll_ctl(engine->epoll_, EPOLL_CTL_DEL, socket, &event);
+      return 0;
+    }
+    if (what & CURL_POLL_IN) event.events |= EPOLLIN;
+    if (what & CURL_POLL_OUT) event.events |= EPOLLOUT;
+    if (known != nullptr) {
+      epoll_ctl(engine->epoll_, EPOLL_CTL_MOD, socket, &event);
+    } else {
+      epoll_ctl(engine->epoll_, EPOLL_CTL_ADD, socket, &event);
+      curl_multi_assign(engine->multi_, socket, engine);  // marks the socket as watched
+    }
+    return 0;
+  }
+
+  static int onTimer(CURLM*, long milliseconds, void* user) {
+    auto* engine = static_cast<CurlEngine*>(user);
+    engine->timerDeadline_ = milliseconds < 0 ? -1 : g_get_monotonic_time() + milliseconds * 1000;
+    return 0;
+  }
+
+  // One pass over the multi handle: start what was queued, act on the sockets that are ready and
+  // on the timer, then hand over what finished. The callbacks run last, outside any libcurl
+  // call, so that they may start new requests (or, through a nested main loop, another pass).
+  void drive() {
+    std::vector<std::unique_ptr<Transfer>> incoming;
+    std::vector<std::function<void()>> tasks;
+    if (queued_.load(std::memory_order_acquire)) {
+      std::lock_guard lock(mutex_);
+      incoming.swap(incoming_);
+      tasks.swap(tasks_);
+      queued_.store(false, std::memory_order_relaxed);
+    }
+    std::vector<Finished> finished;
+    for (auto& transfer : incoming) begin(std::move(transfer), finished);
+    int running = 0;
+    if (g_source_query_unix_fd(source_, epollTag_) != 0) {
+      epoll_event events[64];
+      int count = epoll_wait(epoll_, events, 64, 0);
+      for (int i = 0; i < count; ++i) {
+        int mask = 0;
+        if (events[i].events & EPOLLIN) mask |= CURL_CSELECT_IN;
+        if (events[i].events & EPOLLOUT) mask |= CURL_CSELECT_OUT;
+        if (events[i].events & (EPOLLERR | EPOLLHUP)) mask |= CURL_CSELECT_ERR;
+        curl_multi_socket_action(multi_, events[i].data.fd, mask, &running);
+      }
+    }
+    // Newly added transfers ask for an immediate timer action: they are started in this pass.
+    if (timerDue()) {
+      timerDeadline_ = -1;
+      curl_multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
+    }
+    int left = 0;
+    while (CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+      if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result, finished);
+    }
+    for (auto& [transfer, code] : finished) complete(std::move(transfer), code);
+    for (auto& task : tasks) guarded(task);
+  }
+
+  void begin(std::unique_ptr<Transfer> transfer, std::vector<Finished>& finished) {
     CURL* easy = curl_easy_init();
     transfer->easy = easy;
     const NetworkRequest& request = transfer->request;
@@ -199,25 +331,23 @@ class CurlEngine final : public NetworkEngine {
     }
     curl_easy_setopt(easy, CURLOPT_PRIVATE, transfer.get());
     if (curl_multi_add_handle(multi_, easy) != CURLM_OK) {
-      complete(std::move(transfer), CURLE_FAILED_INIT);
+      finished.push_back({std::move(transfer), CURLE_FAILED_INIT});
       return;
     }
-    transfers_.push_back(std::move(transfer));
+    transfers_.emplace(easy, std::move(transfer));
   }
 
-  void finish(CURL* easy, CURLcode code) {
+  void finish(CURL* easy, CURLcode code, std::vector<Finished>& finished) {
     curl_multi_remove_handle(multi_, easy);
-    for (auto it = transfers_.begin(); it != transfers_.end(); ++it) {
-      if ((*it)->easy != easy) continue;
-      std::unique_ptr<Transfer> transfer = std::move(*it);
-      transfers_.erase(it);
-      if (code == CURLE_OK && redirected(*transfer)) {
-        begin(std::move(transfer));
-        return;
-      }
-      complete(std::move(transfer), code);
+    auto found = transfers_.find(easy);
+    if (found == transfers_.end()) return;
+    std::unique_ptr<Transfer> transfer = std::move(found->second);
+    transfers_.erase(found);
+    if (code == CURLE_OK && redirected(*transfer)) {
+      begin(std::move(transfer), finished);
       return;
     }
+    finished.push_back({std::move(transfer), code});
   }
 
   // For a 3xx answer with a location in the request's own origin: turns the transfer into the
@@ -287,21 +417,24 @@ class CurlEngine final : public NetworkEngine {
     }
     auto done = std::move(transfer->done);
     transfer.reset();  // the handle goes back before the caller sees the answer
-    done(std::move(result));
+    guarded([&] { done(std::move(result)); });
   }
 
+  // Everything not yet completed is completed with an error, on the thread that ends the engine.
   void shutDown() {
-    for (auto& transfer : transfers_) curl_multi_remove_handle(multi_, transfer->easy);
-    std::deque<std::unique_ptr<Transfer>> pending;
-    std::deque<std::function<void()>> tasks;
+    std::vector<std::unique_ptr<Transfer>> pending;
+    std::vector<std::function<void()>> tasks;
     {
       std::lock_guard lock(mutex_);
       pending.swap(incoming_);
       tasks.swap(tasks_);
     }
-    for (auto& transfer : transfers_) pending.push_back(std::move(transfer));
+    for (auto& [easy, transfer] : transfers_) {
+      curl_multi_remove_handle(multi_, easy);
+      pending.push_back(std::move(transfer));
+    }
     transfers_.clear();
-    for (auto& task : tasks) task();
+    for (auto& task : tasks) guarded(task);
     for (auto& transfer : pending) {
       std::snprintf(transfer->errorText, sizeof transfer->errorText, "%s",
                     "The request was cancelled because the SDK is shutting down.");
@@ -309,13 +442,41 @@ class CurlEngine final : public NetworkEngine {
     }
   }
 
+  // The worker for tasks kept off the main context (reading large answers).
+  void work() {
+    std::unique_lock lock(workMutex_);
+    while (true) {
+      workReady_.wait(lock, [this] { return workStopping_ || !work_.empty(); });
+      if (work_.empty()) return;  // stopping, and nothing left to do
+      std::function<void()> task = std::move(work_.front());
+      work_.pop_front();
+      lock.unlock();
+      guarded(task);
+      lock.lock();
+    }
+  }
+
   CURLM* multi_ = nullptr;
-  std::thread thread_;
+  GMainContext* context_ = nullptr;
+  GSource* source_ = nullptr;
+  int epoll_ = -1;
+  gpointer epollTag_ = nullptr;
+
+  // Shared with the threads that start calls.
   std::mutex mutex_;
-  bool stopping_ = false;
-  std::deque<std::unique_ptr<Transfer>> incoming_;
-  std::deque<std::function<void()>> tasks_;
-  std::deque<std::unique_ptr<Transfer>> transfers_;  // touched only by the networking thread
+  std::atomic<bool> queued_{false};  // whether `incoming_` or `tasks_` holds anything
+  std::vector<std::unique_ptr<Transfer>> incoming_;
+  std::vector<std::function<void()>> tasks_;
+
+  // Touched only where the main context runs.
+  std::unordered_map<CURL*, std::unique_ptr<Transfer>> transfers_;
+  gint64 timerDeadline_ = -1;
+
+  std::mutex workMutex_;
+  std::condition_variable workReady_;
+  bool workStopping_ = false;
+  std::deque<std::function<void()>> work_;
+  std::thread worker_;
 };
 
 }  // namespace

@@ -1,90 +1,117 @@
 #include "brivane/platform/QPMainQueue.h"
 
-#include <cstdio>
+#include <atomic>
+#include <cstddef>
+#include <deque>
 #include <exception>
-#include <memory>
+#include <mutex>
 
 #include <glib.h>
 
-#if defined(__SANITIZE_THREAD__)
-extern "C" void __tsan_acquire(void* address);
-extern "C" void __tsan_release(void* address);
-#endif
+#include "platform/linux/QPMainContext.h"
 
 namespace brivane {
 namespace {
 
-// GLib's main-context lock orders a posted task after everything its thread did before posting
-// it. GLib is not instrumented, so ThreadSanitizer is told of that order here (no code otherwise).
-void handedOver(void* task) {
-#if defined(__SANITIZE_THREAD__)
-  __tsan_release(task);
-#else
-  (void)task;
-#endif
-}
-void takenOver(void* task) {
-#if defined(__SANITIZE_THREAD__)
-  __tsan_acquire(task);
-#else
-  (void)task;
-#endif
-}
-
-gboolean runTask(gpointer data) {
-  takenOver(data);
-  auto* task = static_cast<std::function<void()>*>(data);
-  try {
-    (*task)();
-  } catch (const std::exception& e) {
-    // A host's completion threw: keep the main loop alive and say so.
-    g_log("BrivaneSDK", G_LOG_LEVEL_WARNING, "a main-queue task threw: %s", e.what());
-  } catch (...) {
-    g_log("BrivaneSDK", G_LOG_LEVEL_WARNING, "a main-queue task threw a non-standard exception");
+// Tasks wait in one queue served by one source on the default main context, rather than one
+// idle source each: posting costs a lock and a push, and a burst of completions is run in one
+// pass of the context.
+class TaskQueue {
+ public:
+  static TaskQueue& shared() {
+    // Never destroyed: tasks may still be posted while the process ends.
+    static TaskQueue* queue = new TaskQueue();
+    return *queue;
   }
-  return G_SOURCE_REMOVE;
-}
 
-void deleteTask(gpointer data) {
-  takenOver(data);
-  delete static_cast<std::function<void()>*>(data);
-}
+  void post(std::function<void()> task) {
+    bool wasEmpty = false;
+    {
+      std::lock_guard lock(mutex_);
+      wasEmpty = tasks_.empty();
+      tasks_.push_back(std::move(task));
+      count_.store(tasks_.size(), std::memory_order_release);
+    }
+    if (wasEmpty) platform::wakeIfWaiting(context_);  // the first task's wake-up covers the rest
+  }
 
-gboolean markDone(gpointer data) {
-  *static_cast<bool*>(data) = true;
-  return G_SOURCE_REMOVE;
+ private:
+  struct QueueSource {
+    GSource base;
+    TaskQueue* queue;
+  };
+
+  TaskQueue() : context_(g_main_context_ref(g_main_context_default())) {
+    source_ = g_source_new(&kFuncs, sizeof(QueueSource));
+    reinterpret_cast<QueueSource*>(source_)->queue = this;
+    g_source_set_priority(source_, G_PRIORITY_DEFAULT);
+    // A task that runs a nested main loop (a host's modal wait) still lets later tasks run.
+    g_source_set_can_recurse(source_, TRUE);
+    g_source_set_static_name(source_, "BrivaneSDK main queue");
+    g_source_attach(source_, context_);
+  }
+
+  static TaskQueue* of(GSource* source) { return reinterpret_cast<QueueSource*>(source)->queue; }
+
+  static gboolean prepare(GSource* source, gint* timeout) {
+    *timeout = -1;
+    bool ready = of(source)->count_.load(std::memory_order_acquire) > 0;
+    if (ready) *timeout = 0;
+    return ready;
+  }
+
+  static gboolean check(GSource* source) { return of(source)->count_.load(std::memory_order_acquire) > 0; }
+
+  // Runs the tasks that were waiting when the pass began, one at a time (tasks they post wait
+  // for the next pass), each guarded so that a host's exception does not end the main loop.
+  static gboolean dispatch(GSource* source, GSourceFunc, gpointer) {
+    TaskQueue* queue = of(source);
+    std::size_t waiting = queue->count_.load(std::memory_order_acquire);
+    for (std::size_t i = 0; i < waiting; ++i) {
+      std::function<void()> task;
+      {
+        std::lock_guard lock(queue->mutex_);
+        if (queue->tasks_.empty()) break;  // a nested pass ran them
+        task = std::move(queue->tasks_.front());
+        queue->tasks_.pop_front();
+        queue->count_.store(queue->tasks_.size(), std::memory_order_release);
+      }
+      platform::runGuarded(task, "a main-queue task");
+    }
+    return G_SOURCE_CONTINUE;
+  }
+
+  static inline GSourceFuncs kFuncs = {prepare, check, dispatch, nullptr, nullptr, nullptr};
+
+  GMainContext* context_;
+  GSource* source_ = nullptr;
+  std::mutex mutex_;
+  std::atomic<std::size_t> count_{0};
+  std::deque<std::function<void()>> tasks_;
+};
+
+gboolean keepTicking(gpointer) {
+  return G_SOURCE_CONTINUE;
 }
 
 }  // namespace
 
 void QPMainQueue::post(std::function<void()> task) {
-  // An idle source is always dispatched later, even when posted from the main thread itself.
-  GSource* source = g_idle_source_new();
-  g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  auto* closure = new std::function<void()>(std::move(task));
-  handedOver(closure);
-  g_source_set_callback(source, runTask, closure, deleteTask);
-  g_source_attach(source, g_main_context_default());
-  g_source_unref(source);
+  TaskQueue::shared().post(std::move(task));
 }
 
 bool QPMainQueue::runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
   GMainContext* context = g_main_context_default();
-  bool timedOut = false;
-  GSource* timer = g_timeout_source_new(static_cast<guint>(timeout.count()));
-  g_source_set_callback(timer, markDone, &timedOut, nullptr);
-  g_source_attach(timer, context);
-  // A condition may also change on another thread without waking the context: look again
-  // every few milliseconds.
+  const gint64 deadline =
+      g_get_monotonic_time() + std::chrono::duration_cast<std::chrono::microseconds>(timeout).count();
+  // A condition may also change on another thread without waking the context, and the
+  // deadline must be seen: look again every few milliseconds.
   GSource* tick = g_timeout_source_new(5);
-  g_source_set_callback(
-      tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
+  g_source_set_callback(tick, keepTicking, nullptr, nullptr);
   g_source_attach(tick, context);
-  while (!done() && !timedOut) g_main_context_iteration(context, TRUE);
+  while (!done() && g_get_monotonic_time() < deadline) g_main_context_iteration(context, TRUE);
   g_source_destroy(tick);
   g_source_unref(tick);
-  g_source_destroy(timer);
-  g_source_unref(timer);
   return done();
 }
 

@@ -31,18 +31,24 @@ struct NetworkResult {
   std::string body;
 };
 
-/// The process's networking thread: libcurl's multi interface, one thread, connection reuse.
+/// The process's networking: libcurl's multi interface driven from the default main context,
+/// connections reused.
 ///
-/// Thread rules: `perform` and `dispatch` may be called from any thread; their callbacks run on
-/// the networking thread, exactly once each (with an error if the engine shuts down first).
+/// Thread rules: `perform`, `dispatch` and `offload` may be called from any thread and never run
+/// their callback before returning. The callbacks of `perform` and `dispatch` run on the main
+/// context, exactly once each (with an error if the engine shuts down first, then on the thread
+/// that ends the process); requests progress only while the main context is run.
 class NetworkEngine {
  public:
   static std::shared_ptr<NetworkEngine> shared();
 
   virtual ~NetworkEngine() = default;
   virtual void perform(NetworkRequest request, std::function<void(NetworkResult)> done) = 0;
-  /// Runs `task` on the networking thread, later.
+  /// Runs `task` on the main context, later.
   virtual void dispatch(std::function<void()> task) = 0;
+  /// Runs `task` later on a worker thread of the engine, away from the main context (for work
+  /// that would stall it, such as reading a large answer).
+  virtual void offload(std::function<void()> task) = 0;
 };
 
 }  // namespace brivane::platform

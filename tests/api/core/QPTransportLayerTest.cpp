@@ -363,6 +363,84 @@ TEST(QPTransportWire, TopLevelFragmentsAreAccepted) {
   EXPECT_EQ(*call.json, "just text");
 }
 
+// Small answers are read on the main context where they arrive; large ones away from it, so
+// that parsing them does not stall the host's main loop. Either way the JSON is whole.
+TEST(QPTransportThreads, LargeAnswersAreReadAwayFromTheMainContext) {
+  struct Case {
+    std::size_t entries;
+    bool onMainContext;
+  } cases[] = {{10, true}, {60000, false}};  // 5 bytes an entry: 50 bytes and 293 KiB
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.entries);
+    std::string body = "[";
+    for (std::size_t i = 0; i < c.entries; ++i) body += (i == 0 ? "" : ",") + std::string("\"AT\"");
+    body += "]";
+    ScriptedServer server;
+    server.answer(200, "application/json", body);
+    auto transport = transportFor(server.baseUrl());
+    std::atomic<int> calls = 0;
+    std::atomic<bool> onMainContext = false;
+    std::atomic<std::size_t> length = 0;
+    transport->loadRequestWithURLComponents(
+        QPURLComponents{"/list", {}}, "GET", std::nullopt,
+        [&](std::optional<boost::json::value> json, std::optional<QPError> error) {
+          onMainContext = g_main_context_is_owner(g_main_context_default());
+          if (!error && json && json->is_array()) length = json->get_array().size();
+          ++calls;
+        });
+    ASSERT_TRUE(QPMainQueue::runUntil([&] { return calls > 0; }, std::chrono::seconds(10)));
+    QPMainQueue::runFor(std::chrono::milliseconds(20));
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(onMainContext, c.onMainContext);
+    EXPECT_EQ(length, c.entries);
+  }
+}
+
+// A completion may wait for another call in a nested main loop (a host's modal wait): the
+// nested loop still drives the networking and the main queue.
+TEST(QPCompletionContract, ACompletionMayWaitForAnotherCallInANestedLoop) {
+  SandboxClient client;
+  Captured<QPGetCountriesResponse> inner;
+  bool innerSeenInside = false;
+  int outerCalls = 0;
+  client.provider->settingsAPI()->getCountries(
+      QPGetCountriesRequest(), [&](std::optional<QPError>, std::shared_ptr<QPGetCountriesResponse>) {
+        ++outerCalls;
+        client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), inner.completion());
+        innerSeenInside = inner.wait();
+      });
+  ASSERT_TRUE(
+      QPMainQueue::runUntil([&] { return outerCalls > 0 && inner.calls > 0; }, std::chrono::seconds(20)));
+  EXPECT_TRUE(innerSeenInside);
+  EXPECT_EQ(outerCalls, 1);
+  EXPECT_EQ(inner.calls, 1);
+  EXPECT_TRUE(inner.response && inner.response->countries);
+}
+
+// The same at the transport, whose completion runs inside the networking's own dispatch.
+TEST(QPCompletionContract, ATransportCompletionMayWaitForAnotherRequestInANestedLoop) {
+  ScriptedServer server;
+  server.answer(200, "application/json", "{\"a\":1}");
+  auto transport = transportFor(server.baseUrl());
+  TransportCall inner;
+  bool innerSeenInside = false;
+  int outerCalls = 0;
+  transport->loadRequestWithURLComponents(QPURLComponents{"/outer", {}}, "GET", std::nullopt,
+                                          [&](std::optional<boost::json::value>, std::optional<QPError>) {
+                                            ++outerCalls;
+                                            transport->loadRequestWithURLComponents(
+                                                QPURLComponents{"/inner", {}}, "GET", std::nullopt,
+                                                inner.completion());
+                                            innerSeenInside = inner.wait();
+                                          });
+  ASSERT_TRUE(
+      QPMainQueue::runUntil([&] { return outerCalls > 0 && inner.calls > 0; }, std::chrono::seconds(20)));
+  EXPECT_TRUE(innerSeenInside);
+  EXPECT_EQ(outerCalls, 1);
+  EXPECT_EQ(inner.calls, 1);
+  EXPECT_FALSE(inner.error);
+}
+
 TEST(QPTransportSettings, MissingURLOrProgramCodeFailsWithoutSending) {
   for (auto [url, program] :
        {std::pair<std::optional<std::string>, std::optional<std::string>>{std::nullopt, "P"},

@@ -42,8 +42,8 @@ class QPBaseAPI {
 
  protected:
   /// The common call: GET parameters travel as query items, other methods' as a JSON body; the
-  /// answer becomes a `Response` on the networking thread and reaches `completion` on the main
-  /// queue.
+  /// answer becomes a `Response` where the transport reads it and reaches `completion` on the
+  /// main queue.
   template <class Response>
   void call(std::string path, std::string_view method, const QPRequestBaseInterface& request,
             QPCompletion<Response> completion) const {
@@ -85,7 +85,12 @@ class QPBaseAPI {
       std::shared_ptr<Response> response;
       if (!error) {
         response = std::make_shared<Response>();
-        response->initWithJSONObject(json ? *json : boost::json::value());
+        // (Not `json ? *json : value()`: the conditional would copy the whole document.)
+        if (json) {
+          response->initWithJSONObject(*json);
+        } else {
+          response->initWithJSONObject(boost::json::value());
+        }
       }
       if (!completion) return;
       QPMainQueue::post([completion = std::move(completion), error = std::move(error),

@@ -22,8 +22,9 @@ class QPResponseBaseInterface {
 /// Filling copies every top-level key onto the field of the same name, skips JSON null and
 /// ignores keys the class has no field for (one by one). A response never fails to build:
 /// success and failure are told apart by the completion's error alone.
-/// Thread rules: built on the networking thread, then handed to the main queue; afterwards
-/// used by one thread at a time.
+/// Thread rules: built where the answer is read (the main context, or the networking's worker
+/// thread for a large answer), then handed to the main queue; afterwards used by one thread at a
+/// time.
 class QPResponseBase : public QPResponseBaseInterface {
  public:
   ~QPResponseBase() override = default;

@@ -48,13 +48,16 @@ using QPFormParams = std::vector<std::pair<std::string, std::string>>;
 ///
 /// Composes the absolute URL from the base URL and the components, adds the bearer token, the
 /// standard headers and the identifying parameters ("partnerReference", "programCode"), sends the
-/// request on the SDK's networking thread, maps failed answers to a `QPError` and parses JSON.
+/// request through the SDK's networking (libcurl's multi interface, driven from the default main
+/// context), maps failed answers to a `QPError` and parses JSON.
 ///
-/// Thread rules: the load operations may be called from any thread and return at once; the
-/// completion runs exactly once, on the networking thread (never on the caller's thread before
-/// returning), with either (JSON, nil) or (nil, error). Create it with `std::make_shared`: an
-/// in-flight request holds it weakly, and if it is released meanwhile the answer is delivered as
-/// if no error had been found.
+/// Thread rules: the load operations may be called from any thread and return at once; requests
+/// progress while the default main context runs. The completion runs exactly once, never on the
+/// caller's thread before returning, with either (JSON, nil) or (nil, error): on the main
+/// context, or, for an answer of 256 KiB or more, on the networking's worker thread (so that
+/// parsing it does not stall the main loop). Create it with `std::make_shared`: an in-flight
+/// request holds it weakly, and if it is released meanwhile the answer is delivered as if no
+/// error had been found.
 class QPTransportLayer : public std::enable_shared_from_this<QPTransportLayer> {
  public:
   using Completion =
