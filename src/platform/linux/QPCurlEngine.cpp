@@ -299,6 +299,7 @@ class CurlEngine final : public NetworkEngine {
     while (CURLMsg* message = curl_multi_info_read(multi_, &left)) {
       if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result, finished);
     }
+    CompletionScope handingOver;
     for (auto& [transfer, code] : finished) complete(std::move(transfer), code);
     for (auto& task : tasks) guarded(task);
   }

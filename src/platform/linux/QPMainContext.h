@@ -33,4 +33,20 @@ inline void runGuarded(const std::function<void()>& task, const char* what) {
   }
 }
 
+/// Marks, for as long as it lives, that the current thread is handing over finished requests
+/// on the main context: `QPMainQueue::complete` then runs completions at once.
+class CompletionScope {
+ public:
+  CompletionScope();
+  ~CompletionScope();
+  CompletionScope(const CompletionScope&) = delete;
+  CompletionScope& operator=(const CompletionScope&) = delete;
+
+  /// Whether the current thread is inside such a scope.
+  static bool active();
+
+ private:
+  bool outer_;
+};
+
 }  // namespace brivane::platform

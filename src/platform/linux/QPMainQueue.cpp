@@ -100,6 +100,27 @@ void QPMainQueue::post(std::function<void()> task) {
   TaskQueue::shared().post(std::move(task));
 }
 
+void QPMainQueue::complete(std::function<void()> task) {
+  if (platform::CompletionScope::active()) return platform::runGuarded(task, "a completion");
+  TaskQueue::shared().post(std::move(task));
+}
+
+namespace platform {
+namespace {
+thread_local bool handingOver = false;
+}  // namespace
+
+CompletionScope::CompletionScope() : outer_(handingOver) {
+  handingOver = true;
+}
+CompletionScope::~CompletionScope() {
+  handingOver = outer_;
+}
+bool CompletionScope::active() {
+  return handingOver;
+}
+}  // namespace platform
+
 bool QPMainQueue::runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
   GMainContext* context = g_main_context_default();
   const gint64 deadline =

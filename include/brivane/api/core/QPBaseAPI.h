@@ -93,8 +93,8 @@ class QPBaseAPI {
         }
       }
       if (!completion) return;
-      QPMainQueue::post([completion = std::move(completion), error = std::move(error),
-                         response = std::move(response)]() { completion(error, response); });
+      QPMainQueue::complete([completion = std::move(completion), error = std::move(error),
+                             response = std::move(response)]() { completion(error, response); });
     };
   }
 
