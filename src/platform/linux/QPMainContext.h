@@ -33,11 +33,12 @@ inline void runGuarded(const std::function<void()>& task, const char* what) {
   }
 }
 
-/// Marks, for as long as it lives, that the current thread is handing over finished requests
-/// on the main context: `QPMainQueue::complete` then runs completions at once.
+/// Marks, for as long as it lives, whether the current thread is handing over finished requests
+/// on the main context (`QPMainQueue::complete` then runs completions at once), and restores
+/// the previous mark when it ends.
 class CompletionScope {
  public:
-  CompletionScope();
+  explicit CompletionScope(bool handingOver = true);
   ~CompletionScope();
   CompletionScope(const CompletionScope&) = delete;
   CompletionScope& operator=(const CompletionScope&) = delete;

@@ -101,8 +101,10 @@ void QPMainQueue::post(std::function<void()> task) {
 }
 
 void QPMainQueue::complete(std::function<void()> task) {
-  if (platform::CompletionScope::active()) return platform::runGuarded(task, "a completion");
-  TaskQueue::shared().post(std::move(task));
+  if (!platform::CompletionScope::active()) return TaskQueue::shared().post(std::move(task));
+  // The host's code is not part of the hand-over: what it starts is posted as usual.
+  platform::CompletionScope hostCode(false);
+  platform::runGuarded(task, "a completion");
 }
 
 namespace platform {
@@ -110,8 +112,8 @@ namespace {
 thread_local bool handingOver = false;
 }  // namespace
 
-CompletionScope::CompletionScope() : outer_(handingOver) {
-  handingOver = true;
+CompletionScope::CompletionScope(bool active) : outer_(handingOver) {
+  handingOver = active;
 }
 CompletionScope::~CompletionScope() {
   handingOver = outer_;

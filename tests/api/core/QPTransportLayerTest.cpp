@@ -7,6 +7,7 @@
 
 #include "brivane/api/core/QPTransportLayer.h"
 #include "brivane/api/settings/QPSettingsAPI.h"
+#include "brivane/api/user/QPUserAPI.h"
 #include "support/TestSupport.h"
 
 namespace brivane {
@@ -415,6 +416,39 @@ TEST(QPCompletionContract, ACompletionMayWaitForAnotherCallInANestedLoop) {
   EXPECT_EQ(outerCalls, 1);
   EXPECT_EQ(inner.calls, 1);
   EXPECT_TRUE(inner.response && inner.response->countries);
+}
+
+// An operation that fails before sending, started from inside a completion (of an operation or
+// of the transport), still completes only after it has returned.
+TEST(QPCompletionContract, AnEarlyFailureStartedInsideACompletionCompletesAfterItReturns) {
+  SandboxClient client;
+  enum class From { Operation, Transport };
+  for (From from : {From::Operation, From::Transport}) {
+    SCOPED_TRACE(from == From::Operation ? "operation" : "transport");
+    Captured<QPResponseBase> early;
+    int callsWhenReturned = -1;
+    bool outerDone = false;
+    auto startEarlyFailure = [&] {
+      client.provider->userAPI()->validatePassword(nullptr, early.completion());
+      callsWhenReturned = early.calls;
+      outerDone = true;
+    };
+    if (from == From::Operation) {
+      client.provider->settingsAPI()->getCountries(
+          QPGetCountriesRequest(),
+          [&](std::optional<QPError>, std::shared_ptr<QPGetCountriesResponse>) { startEarlyFailure(); });
+    } else {
+      client.provider->settingsAPI()->transportLayer()->loadRequestWithURLComponents(
+          QPURLComponents{"/settings/country", std::vector<QPURLQueryItem>{}}, "GET", std::nullopt,
+          [&](std::optional<boost::json::value>, std::optional<QPError>) { startEarlyFailure(); });
+    }
+    ASSERT_TRUE(
+        QPMainQueue::runUntil([&] { return outerDone && early.calls > 0; }, std::chrono::seconds(10)));
+    EXPECT_EQ(callsWhenReturned, 0);
+    EXPECT_EQ(early.calls, 1);
+    ASSERT_TRUE(early.error);
+    EXPECT_EQ(early.error->code(), QPClientErrorMissingArgument);
+  }
 }
 
 // The same at the transport, whose completion runs inside the networking's own dispatch.

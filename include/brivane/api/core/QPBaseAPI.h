@@ -71,12 +71,15 @@ class QPBaseAPI {
     sendForm(std::move(path), std::move(fields), deliver<Response>(std::move(completion)));
   }
 
-  /// Reports `error` to `completion` on the main queue without sending anything.
+  /// Reports `error` to `completion` on the main queue without sending anything (posted: the
+  /// caller is still inside the operation).
   template <class Response>
   static void fail(QPCompletion<Response> completion, QPError error) {
-    deliver<Response>(std::move(completion))(std::nullopt, std::move(error));
+    if (!completion) return;
+    QPMainQueue::post([completion = std::move(completion), error = std::move(error)]() {
+      completion(error, std::shared_ptr<Response>());
+    });
   }
-
   /// Turns a transport completion into the operation's typed completion.
   template <class Response>
   static QPTransportLayer::Completion deliver(QPCompletion<Response> completion) {
