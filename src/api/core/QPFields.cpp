@@ -395,7 +395,8 @@ bool Codec<std::optional<QPDate>>::parse(std::optional<QPDate>& field, std::stri
 bool Codec<std::optional<boost::json::value>>::assign(std::optional<boost::json::value>& field,
                                                       const boost::json::value& value, std::string* why) {
   if (!serialisable(value)) return fail(why, "a number beyond the range of JSON's numbers");
-  field = value;
+  // A copy in the default heap: the answer's document (and its arena) goes after the fill.
+  field.emplace(value, boost::json::storage_ptr());
   return true;
 }
 boost::json::value Codec<std::optional<boost::json::value>>::print(
@@ -433,7 +434,7 @@ bool Codec<std::optional<boost::json::object>>::assign(std::optional<boost::json
                                                        const boost::json::value& value, std::string* why) {
   if (!value.is_object()) return fail(why, "expected a dictionary, got " + jsonTypeName(value));
   if (!serialisable(value)) return fail(why, "a number beyond the range of JSON's numbers");
-  field = value.get_object();
+  field.emplace(value.get_object(), boost::json::storage_ptr());
   return true;
 }
 boost::json::value Codec<std::optional<boost::json::object>>::print(

@@ -6,6 +6,7 @@
 #include <exception>
 #include <sstream>
 
+#include "api/core/QPJSONParse.h"
 #include "brivane/api/core/QPFields.h"
 #include "brivane/util/QPUtils.h"
 #include "platform/linux/QPNetworkEngine.h"
@@ -129,19 +130,6 @@ std::optional<std::string> optionalTextOf(const boost::json::object& body, std::
   const boost::json::value* value = body.if_contains(key);
   if (value == nullptr || value->is_null()) return std::nullopt;
   return textOf(*value);
-}
-
-// Parses an answer's body as JSON, top-level scalars included.
-std::optional<boost::json::value> parseJSON(const std::string& body, std::optional<QPError>* error) {
-  boost::system::error_code ec;
-  boost::json::value value = boost::json::parse(body, ec);
-  if (!ec) return value;
-  if (error != nullptr) {
-    std::string text = body.empty() ? "The answer has no body to read as JSON."
-                                    : "The answer is not valid JSON: " + ec.message() + ".";
-    *error = QPError(std::string(QPErrorDomainJSON), ec.value(), std::move(text));
-  }
-  return std::nullopt;
 }
 
 // The first field of a raw form body whose key or value holds a separator ("&" or "="); the

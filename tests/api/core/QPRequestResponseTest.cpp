@@ -180,6 +180,55 @@ TEST(QPResponseFilling, UnknownKeysNullsAndMismatchedTypesAreSkippedOneByOne) {
   EXPECT_EQ(response.creditorIdentifier, "true");
 }
 
+// A response whose table names one key twice: the first entry of a key takes it.
+class TwiceNamedResponse : public QPResponseBase {
+ public:
+  const QPFieldList<QPResponseBase>& fieldList() const override {
+    using L = QPFieldList<QPResponseBase>;
+    static const L list{
+        L::field("a", &TwiceNamedResponse::a),
+        L::field("b", &TwiceNamedResponse::b),
+        L::named("c", "c", &TwiceNamedResponse::c),
+        L::named("a again", "a", &TwiceNamedResponse::aAgain),
+    };
+    return list;
+  }
+  std::optional<std::string> a, b, c, aAgain;
+};
+
+TEST(QPResponseFilling, KeysFillTheirFieldsInAnyOrder) {
+  const char* orders[] = {
+      R"({"a":"1","b":"2","c":"3"})",
+      R"({"c":"3","b":"2","a":"1"})",
+      R"({"b":"2","x":0,"a":"1","c":"3","y":0})",
+      R"({"c":"3","a":"1","a":"1","b":"2"})",
+  };
+  for (const char* text : orders) {
+    TwiceNamedResponse response;
+    response.initWithJSONObject(boost::json::parse(text));
+    EXPECT_EQ(response.a, "1") << text;
+    EXPECT_EQ(response.b, "2") << text;
+    EXPECT_EQ(response.c, "3") << text;
+    EXPECT_FALSE(response.aAgain) << text;
+  }
+  // A wide answer in table order and reversed: every key finds its field.
+  std::string forward = "{", backward = "{";
+  const auto& entries = QPGetFinancialInstitutionDataResponse().fieldList().entries();
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    forward += (i ? ",\"" : "\"") + entries[i].key + "\":\"v" + std::to_string(i) + "\"";
+    std::size_t j = entries.size() - 1 - i;
+    backward += (i ? ",\"" : "\"") + entries[j].key + "\":\"v" + std::to_string(j) + "\"";
+  }
+  for (const std::string& text : {forward + "}", backward + "}"}) {
+    QPGetFinancialInstitutionDataResponse response;
+    response.initWithJSONObject(boost::json::parse(text));
+    boost::json::object printed = response.toJSONObject();
+    for (std::size_t i = 0; i < entries.size(); ++i)
+      EXPECT_EQ(printed.at(entries[i].name), boost::json::value("v" + std::to_string(i)))
+          << entries[i].key << " in " << text;
+  }
+}
+
 TEST(QPResponseFilling, AccessTokenResponseTakesItsFourKeys) {
   QPAccessTokenResponse token;
   token.initWithJSONObject(boost::json::parse(

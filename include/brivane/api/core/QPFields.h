@@ -260,10 +260,11 @@ class QPFieldList {
   };
 
   QPFieldList() = default;
-  QPFieldList(std::initializer_list<Entry> entries) : entries_(entries) {}
+  QPFieldList(std::initializer_list<Entry> entries) : entries_(entries), uniqueKeys_(keysUnique(entries_)) {}
   /// The entries of `base` followed by `entries`.
   QPFieldList(const QPFieldList& base, std::initializer_list<Entry> entries) : entries_(base.entries_) {
     entries_.insert(entries_.end(), entries);
+    uniqueKeys_ = keysUnique(entries_);
   }
 
   /// An entry for `member` of `Derived` under `key` (and the same field name).
@@ -304,6 +305,22 @@ class QPFieldList {
       if (entry.key == key) return &entry;
     return nullptr;
   }
+  /// As `findKey`, but the search starts at `*next` and wraps around, and `*next` is left after
+  /// the entry found: keys that arrive in table order (the usual case) are found at once. Start
+  /// with 0.
+  const Entry* findKey(std::string_view key, std::size_t* next) const {
+    if (!uniqueKeys_) return findKey(key);  // the first entry of a key must win
+    const std::size_t count = entries_.size();
+    std::size_t i = *next < count ? *next : 0;
+    for (std::size_t step = 0; step < count; ++step) {
+      if (entries_[i].key == key) {
+        *next = i + 1;
+        return &entries_[i];
+      }
+      if (++i == count) i = 0;
+    }
+    return nullptr;
+  }
   const Entry* findName(std::string_view name) const {
     for (const Entry& entry : entries_)
       if (entry.name == name) return &entry;
@@ -318,7 +335,15 @@ class QPFieldList {
   }
 
  private:
+  static bool keysUnique(const std::vector<Entry>& entries) {
+    for (std::size_t i = 0; i < entries.size(); ++i)
+      for (std::size_t j = i + 1; j < entries.size(); ++j)
+        if (entries[i].key == entries[j].key) return false;
+    return true;
+  }
+
   std::vector<Entry> entries_;
+  bool uniqueKeys_ = true;
 };
 
 /// How a class reacts to a key it cannot take.
@@ -340,7 +365,7 @@ std::function<void(const std::string&)> setLogSink(std::function<void(const std:
 /// not an object fills nothing.
 template <class Owner>
 void fill(Owner& owner, const QPFieldList<Owner>& table, const boost::json::value& json, QPFillRule rule,
-          std::string_view className) {
+          const char* className) {
   LogSummary summary;
   const boost::json::object* object = json.if_object();
   if (object == nullptr) {
@@ -348,8 +373,9 @@ void fill(Owner& owner, const QPFieldList<Owner>& table, const boost::json::valu
       log(std::string(className) + ": expected a dictionary, got " + jsonTypeName(json));
     return;
   }
+  std::size_t next = 0;
   for (const auto& [key, value] : *object) {
-    const auto* entry = table.findKey(key);
+    const auto* entry = table.findKey(key, &next);
     if (value.is_null() && (entry == nullptr || !entry->takesNull)) continue;
     std::string why;
     bool assigned = false;

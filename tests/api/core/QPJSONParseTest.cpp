@@ -1,0 +1,219 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "api/core/QPJSONParse.h"
+#include "brivane/api/account/QPAccountCreationTypes.h"
+#include "brivane/api/account/QPAccountInformationTypes.h"
+#include "brivane/api/account/QPStoredPaymentOptionTypes.h"
+
+namespace brivane {
+namespace {
+
+using ::testing::StartsWith;
+
+// Whether `value` and everything in it live in the default heap (not in a parsed answer's arena).
+bool inDefaultStorage(const boost::json::value& value) {
+  const boost::json::memory_resource* heap = boost::json::storage_ptr().get();
+  switch (value.kind()) {
+    case boost::json::kind::object:
+      if (value.get_object().storage().get() != heap) return false;
+      for (const auto& member : value.get_object())
+        if (!inDefaultStorage(member.value())) return false;
+      return true;
+    case boost::json::kind::array:
+      if (value.get_array().storage().get() != heap) return false;
+      for (const auto& element : value.get_array())
+        if (!inDefaultStorage(element)) return false;
+      return true;
+    case boost::json::kind::string:
+      return value.get_string().storage().get() == heap;
+    default:
+      return value.storage().get() == heap;
+  }
+}
+
+// A list of `count` dictionaries with texts too long for Boost.JSON's in-place strings.
+std::string listOfEntries(int count) {
+  std::string text = "[";
+  for (int i = 0; i < count; ++i)
+    text += std::string(i ? "," : "") + R"({"name":"Entry number )" + std::to_string(i) +
+            R"( with a long name","n":)" + std::to_string(i) + ",\"on\":" + (i % 2 ? "true" : "false") + "}";
+  return text + "]";
+}
+
+TEST(QPJSONParse, ReadsEveryDocumentAsTheDefaultParserDoes) {
+  std::string lengths = "[";
+  for (int n = 0; n <= 3000; n += 7) lengths += std::string(n ? "," : "") + '"' + std::string(n, 'x') + '"';
+  lengths += "]";
+  const std::string cases[] = {
+      "{}",
+      "[]",
+      R"("just text")",
+      "12",
+      "-1.5e3",
+      "true",
+      "null",
+      R"({"a":{"b":{"c":[1,[2,[3,{"d":"\u00e9\ud83d\ude00"}]]]}}})",
+      R"({"key":1,"key":2})",
+      lengths,                                            // strings of every length up to 3,000 bytes
+      R"({"blob":")" + std::string(400000, 'b') + "\"}",  // one string larger than a block
+      listOfEntries(20000),                               // a document over many blocks
+  };
+  for (const std::string& body : cases) {
+    std::optional<QPError> error;
+    std::optional<boost::json::value> parsed = parseJSON(body, &error);
+    ASSERT_TRUE(parsed) << body.substr(0, 60);
+    EXPECT_FALSE(error);
+    EXPECT_EQ(*parsed, boost::json::parse(body)) << body.substr(0, 60);
+  }
+}
+
+TEST(QPJSONParse, RefusesWhatIsNotJSONWithAJSONError) {
+  struct Case {
+    std::string body;
+    std::string description;  // its beginning
+  } cases[] = {
+      {"", "The answer has no body to read as JSON."},
+      {"not json", "The answer is not valid JSON: "},
+      {R"({"a":)", "The answer is not valid JSON: "},
+      {"[1,2", "The answer is not valid JSON: "},
+      {"{} {}", "The answer is not valid JSON: "},
+      {"[" + std::string(300000, '1') + ",x]", "The answer is not valid JSON: "},
+  };
+  for (const Case& c : cases) {
+    std::optional<QPError> error;
+    EXPECT_FALSE(parseJSON(c.body, &error)) << c.body.substr(0, 60);
+    ASSERT_TRUE(error) << c.body.substr(0, 60);
+    EXPECT_EQ(error->domain(), QPErrorDomainJSON);
+    EXPECT_NE(error->code(), 0);
+    EXPECT_THAT(error->description().value_or(""), StartsWith(c.description));
+    EXPECT_FALSE(parseJSON(c.body, nullptr));  // no error wanted: none written
+  }
+}
+
+// Fields that keep JSON from an answer copy it out of the document: after the document (and its
+// arena) is gone the value is intact and lives in the default heap.
+TEST(QPJSONParse, KeptJSONOutlivesTheDocument) {
+  const std::string deep =
+      R"({"text":"a text longer than an in-place string","list":[1,2.5,{"k":"another long text value"}],"flag":true})";
+  struct Case {
+    const char* what;
+    std::string body;
+    // Fills an object from the document; returns the object and where its kept value is.
+    std::function<std::pair<std::shared_ptr<void>, const boost::json::value*>(const boost::json::value&)>
+        fill;
+    std::string expected;
+  } cases[] = {
+      {"account information dob", R"({"accno":"1000000001","dob":)" + deep + "}",
+       [](const boost::json::value& json) {
+         auto response = std::make_shared<QPGetAccountInformationResponse>();
+         response->initWithJSONObject(json);
+         return std::make_pair(std::shared_ptr<void>(response), response->dob ? &*response->dob : nullptr);
+       },
+       deep},
+      {"account information lastLoginTime",
+       R"({"lastLoginTime":"09:05:07 local time of the platform's own data centre"})",
+       [](const boost::json::value& json) {
+         auto response = std::make_shared<QPGetAccountInformationResponse>();
+         response->initWithJSONObject(json);
+         return std::make_pair(std::shared_ptr<void>(response),
+                               response->lastLoginTime ? &*response->lastLoginTime : nullptr);
+       },
+       R"("09:05:07 local time of the platform's own data centre")"},
+      {"created account validUntil", R"({"validFrom":"2024-03-03","validUntil":[)" + deep + "," + deep + "]}",
+       [](const boost::json::value& json) {
+         auto response = std::make_shared<QPCreateAccountResponse>();
+         response->initWithJSONObject(json);
+         return std::make_pair(std::shared_ptr<void>(response),
+                               response->validUntil ? &*response->validUntil : nullptr);
+       },
+       "[" + deep + "," + deep + "]"},
+      {"mandate of a stored option, inside a list",
+       R"({"paymentOptions":[{"code":"BNKACCT","mandate":{"mandateReference":"M-1","mandateSignedDate":)" +
+           deep + "}}]}",
+       [](const boost::json::value& json) {
+         auto response = std::make_shared<QPGetStoredPaymentOptionsResponse>();
+         response->initWithJSONObject(json);
+         const boost::json::value* kept = nullptr;
+         if (response->paymentOptions && response->paymentOptions->size() == 1 &&
+             response->paymentOptions->front()->mandate &&
+             response->paymentOptions->front()->mandate->mandateSignedDate)
+           kept = &*response->paymentOptions->front()->mandate->mandateSignedDate;
+         return std::make_pair(std::shared_ptr<void>(response), kept);
+       },
+       deep},
+  };
+  for (const Case& c : cases) {
+    std::optional<boost::json::value> document = parseJSON(c.body, nullptr);
+    ASSERT_TRUE(document) << c.what;
+    auto [owner, kept] = c.fill(*document);
+    document.reset();
+    ASSERT_NE(kept, nullptr) << c.what;
+    EXPECT_EQ(*kept, boost::json::parse(c.expected)) << c.what;
+    EXPECT_TRUE(inDefaultStorage(*kept)) << c.what;
+  }
+}
+
+TEST(QPJSONParse, ADictionarySetFromAnAnswersValueOutlivesTheDocument) {
+  const std::string criteria = R"({"risk":{"score":"a text longer than an in-place string","list":[1,2,3]}})";
+  std::optional<boost::json::value> document = parseJSON(R"({"criteria":)" + criteria + "}", nullptr);
+  ASSERT_TRUE(document);
+  QPInitAddStoredPaymentOptionRequest request;
+  const auto* entry = request.fieldList().findKey("criteria");
+  ASSERT_NE(entry, nullptr);
+  ASSERT_TRUE(entry->assign(request, document->at("criteria"), nullptr));
+  document.reset();
+  ASSERT_TRUE(request.criteria);
+  EXPECT_EQ(*request.criteria, boost::json::parse(criteria).as_object());
+  EXPECT_EQ(request.criteria->storage().get(), boost::json::storage_ptr().get());
+  EXPECT_TRUE(inDefaultStorage(request.criteria->at("risk")));
+}
+
+// After the parse, the document takes its new memory from the default heap: parts of it can be
+// copied and changed on several threads at once and outlive it.
+TEST(QPJSONParse, ADocumentCanBeCopiedAndChangedOnSeveralThreadsAfterTheParse) {
+  const std::string body = R"({"list":)" + listOfEntries(50) + "}";
+  std::optional<boost::json::value> document = parseJSON(body, nullptr);
+  ASSERT_TRUE(document);
+  const boost::json::array expected = boost::json::parse(listOfEntries(50)).as_array();
+
+  constexpr int kThreads = 3;
+  std::vector<std::optional<boost::json::value>> lastCopies(kThreads);
+  std::vector<bool> intact(kThreads, true);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int round = 0; round < 200; ++round) {
+        boost::json::value copy = document->at("list");  // in the document's storage
+        copy.as_array().emplace_back(boost::json::object{{"name", "added by a thread, long enough"}});
+        copy.as_array().erase(copy.as_array().begin());
+        if (copy.as_array().size() != expected.size() || copy.as_array().front() != expected[1])
+          intact[t] = false;
+        lastCopies[t].emplace(std::move(copy));  // keeps the document's storage
+      }
+    });
+  }
+  // Meanwhile the document itself grows on this thread.
+  for (int i = 0; i < 200; ++i)
+    document->as_object()["added" + std::to_string(i)] = "a text long enough to need a block of its own";
+  for (std::thread& thread : threads) thread.join();
+
+  document.reset();
+  for (int t = 0; t < kThreads; ++t) {
+    EXPECT_TRUE(intact[t]) << t;
+    ASSERT_TRUE(lastCopies[t]) << t;
+    const boost::json::array& copy = lastCopies[t]->as_array();
+    ASSERT_EQ(copy.size(), expected.size());
+    EXPECT_EQ(copy[0], expected[1]);
+    EXPECT_EQ(copy.back().at("name"), "added by a thread, long enough");
+  }
+}
+
+}  // namespace
+}  // namespace brivane
