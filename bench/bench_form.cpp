@@ -157,7 +157,8 @@ double bareOnce(Gtk::Window& window, const std::string& base) {
   return ok ? ms : -1;
 }
 
-// Prints "first again MiB processes warm-up-MiB" (the last 0 but for the warmed kind).
+// Prints "first again MiB processes warm-up-MiB before-MiB": the last two, the tree warmed up and
+// before the warm-up, are 0 but for the warmed kind.
 int child(const std::string& kind, const std::string& base) {
   gtk_init();
   Gtk::init_gtkmm_internals();
@@ -165,8 +166,9 @@ int child(const std::string& kind, const std::string& base) {
   window->set_default_size(400, 600);
   window->present();
   pumpUntil([] { return false; }, 0.2);  // the window is mapped before anything is timed
-  double warmUpMiB = 0;
+  double warmUpMiB = 0, beforeMiB = 0;
   if (kind == "warmed") {
+    beforeMiB = treeMiB().first;
     std::optional<bool> ready;
     brivane::QPPaymentForm::warmUp([&ready](bool isReady) { ready = isReady; });
     if (!pumpUntil([&ready] { return ready.has_value(); }, 60) || !*ready) return 1;
@@ -178,7 +180,7 @@ int child(const std::string& kind, const std::string& base) {
   auto [mib, processes] = treeMiB();
   pumpUntil([] { return false; }, 0.1);
   double again = once(*window, base);
-  std::printf("%.3f %.3f %.1f %d %.1f\n", first, again, mib, processes, warmUpMiB);
+  std::printf("%.3f %.3f %.1f %d %.1f %.1f\n", first, again, mib, processes, warmUpMiB, beforeMiB);
   brivane::QPPaymentForm::releaseWarmUp();
   window.reset();
   return first < 0 || again < 0 ? 1 : 0;
@@ -189,7 +191,7 @@ int child(const std::string& kind, const std::string& base) {
 struct Sample {
   double cold = -1, again = -1, mib = 0;
   int processes = 0;
-  double warmUpMiB = 0;
+  double warmUpMiB = 0, beforeMiB = 0;
 };
 
 Sample spawnChild(const std::string& kind, const std::string& base) {
@@ -217,8 +219,8 @@ Sample spawnChild(const std::string& kind, const std::string& base) {
   if (spawned != 0) return sample;
   int status = 0;
   waitpid(pid, &status, 0);
-  if (std::sscanf(out.c_str(), "%lf %lf %lf %d %lf", &sample.cold, &sample.again, &sample.mib,
-                  &sample.processes, &sample.warmUpMiB) != 5 ||
+  if (std::sscanf(out.c_str(), "%lf %lf %lf %d %lf %lf", &sample.cold, &sample.again, &sample.mib,
+                  &sample.processes, &sample.warmUpMiB, &sample.beforeMiB) != 6 ||
       !WIFEXITED(status) || WEXITSTATUS(status) != 0)
     sample = Sample();
   return sample;
@@ -234,7 +236,8 @@ int driver(int rounds) {
   while (!server.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 
   std::vector<double> coldRatio, againRatio, againOverCold, warmedOverCold, warmedAgainOverCold, formCold,
-      formAgain, bareCold, bareAgain, warmedFirst, warmedAgain, formMiB, bareMiB, warmedMiB, warmUpMiB;
+      formAgain, bareCold, bareAgain, warmedFirst, warmedAgain, formMiB, bareMiB, warmedMiB, warmUpMiB,
+      beforeWarmUpMiB;
   int processes = 0, warmedProcesses = 0;
   bool failed = false;
   for (int round = 0; round < rounds && !failed; ++round) {
@@ -271,6 +274,7 @@ int driver(int rounds) {
     bareMiB.push_back(bare.mib);
     warmedMiB.push_back(warmed.mib);
     warmUpMiB.push_back(warmed.warmUpMiB);
+    beforeWarmUpMiB.push_back(warmed.beforeMiB);
     processes = form.processes;
     warmedProcesses = warmed.processes;
   }
@@ -297,8 +301,10 @@ int driver(int rounds) {
   std::printf("  process tree after the first load (PSS, %d processes): form %.0f MiB, bare view %.0f MiB\n",
               processes, bench::spreadOf(formMiB).median, bench::spreadOf(bareMiB).median);
   std::printf(
-      "  with the warm-up (PSS, %d processes): %.0f MiB after the first load, %.0f MiB warmed up before it\n",
-      warmedProcesses, bench::spreadOf(warmedMiB).median, bench::spreadOf(warmUpMiB).median);
+      "  with the warm-up (PSS, %d processes): %.0f MiB after the first load; before it %.0f MiB warmed up, "
+      "%.0f MiB before the warm-up\n",
+      warmedProcesses, bench::spreadOf(warmedMiB).median, bench::spreadOf(warmUpMiB).median,
+      bench::spreadOf(beforeWarmUpMiB).median);
   return 0;
 }
 
