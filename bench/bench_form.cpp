@@ -5,7 +5,7 @@
 // (web and network processes started) and "again" is a second one created after the first is
 // gone, in the same process. A third kind of process warms the engine up first
 // (`QPPaymentForm::warmUp`, waiting until it is ready) and then measures its first form
-// ("warmed") and a second one the same way. The rounds alternate the order of the three. The
+// ("warmed") and a second one the same way. The rounds go through every order of the three. The
 // program also writes down the memory of the process tree (proportional set size of the
 // measuring process and every process below it: the web engine's auxiliary processes) once the
 // first page has loaded, and for the warmed kind also before its first form.
@@ -241,10 +241,11 @@ int driver(int rounds) {
   int processes = 0, warmedProcesses = 0;
   bool failed = false;
   for (int round = 0; round < rounds && !failed; ++round) {
-    // Even rounds form, bare view, warmed; odd rounds the other way round.
+    // The rounds go through the six orders of the three kinds: over six rounds each kind runs
+    // first, second and last twice, and before and after each other kind three times.
     std::map<std::string, Sample> samples;
-    std::vector<std::string> order{"form", "bare", "warmed"};
-    if (round % 2 == 1) std::reverse(order.begin(), order.end());
+    std::vector<std::string> order{"bare", "form", "warmed"};
+    for (int step = 0; step < round % 6; ++step) std::next_permutation(order.begin(), order.end());
     for (const std::string& kind : order) samples[kind] = spawnChild(kind, base);
     const Sample &form = samples["form"], &bare = samples["bare"], &warmed = samples["warmed"];
     if (form.cold < 0 || bare.cold < 0 || warmed.cold < 0) {
