@@ -261,6 +261,9 @@ TEST_F(QPPaymentFormWarmUpTest, CallingItAgainAddsOnlyAnAnswer) {
   QPPaymentForm& form = newForm(record);
   ASSERT_TRUE(renderAndLoad(form, record, 3, {"VISA"}, "again-1"));
   EXPECT_THAT(record.errors, IsEmpty());
+  // The form shares the process only: its settings and user content stay its own.
+  EXPECT_NE(webkit_web_view_get_settings(form.webView().view()), webkit_web_view_get_settings(hidden));
+  EXPECT_NE(form.webView().userContentManager(), webkit_web_view_get_user_content_manager(hidden));
   EXPECT_TRUE(sharesTheWarmProcess(form));
 }
 

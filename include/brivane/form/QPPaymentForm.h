@@ -205,16 +205,19 @@ class QPPaymentForm : public Gtk::Box {
   /// (may be null) is called exactly once, later on the main loop (also when the engine is
   /// ready already). Returns false, and `ready` gets false, when there is no display.
   ///
-  /// Cost: one web process, about 80 MiB of memory (proportional set size) while no form is
-  /// shown; forms share it, so a form shown after the warm-up takes no more memory than one
-  /// shown without. The warm-up stays until `releaseWarmUp`, or until the engine ends its web
-  /// process (a crash); later forms then start their own again, and `warmUp` may be called anew.
+  /// Cost: about 100 MiB of memory (proportional set size: the web process, the network
+  /// process and the engine's part of this process) while no form is shown. Forms use that web
+  /// process, so with a form shown the process tree is about as large as without the warm-up.
+  /// Two forms shown at once share it, and an engine failure in it ends both. The warm-up stays
+  /// until `releaseWarmUp`, or until the engine ends its web process (a crash, also of a form
+  /// sharing it); later forms then start their own again, and `warmUp` may be called anew.
   static bool warmUp(WarmUpCallback ready = nullptr);
   /// Whether a warm-up is ready: its web process is running. GTK main thread only.
   static bool isWarmedUp();
-  /// Ends the warm-up: the hidden view goes, and its web process with it once no form uses it
-  /// any more. A `warmUp` callback still waiting gets false. Forms keep working; later ones start
-  /// their own web process. Does nothing without a warm-up. GTK main thread only.
+  /// Ends the warm-up: the hidden view goes, and its web process is left to the engine, which
+  /// ends it (or keeps it in its own cache) once no form uses it. A `warmUp` callback still
+  /// waiting gets false. Forms keep working; later ones start their own web process, as without
+  /// a warm-up. Does nothing without a warm-up. GTK main thread only.
   static void releaseWarmUp();
 
   struct Impl;
