@@ -3,9 +3,12 @@
 //
 // Every measurement runs in a fresh process, so that "cold" is the first web view of a process
 // (web and network processes started) and "again" is a second one created after the first is
-// gone, in the same process. The rounds alternate which of the two runs first. The program also
-// writes down the memory of the process tree (proportional set size of the measuring process and
-// every process below it: the web engine's auxiliary processes) once the first page has loaded.
+// gone, in the same process. A third kind of process warms the engine up first
+// (`QPPaymentForm::warmUp`, waiting until it is ready) and then measures its first form
+// ("warmed") and a second one the same way. The rounds go through every order of the three. The
+// program also writes down the memory of the process tree (proportional set size of the
+// measuring process and every process below it: the web engine's auxiliary processes) once the
+// first page has loaded, and for the warmed kind also before its first form.
 //
 //   xvfb-run -a build/bin/bench_form [--rounds N]
 #include <gtk/gtk.h>
@@ -15,12 +18,14 @@
 #include <unistd.h>
 #include <webkit/webkit.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -152,6 +157,8 @@ double bareOnce(Gtk::Window& window, const std::string& base) {
   return ok ? ms : -1;
 }
 
+// Prints "first again MiB processes warm-up-MiB before-MiB": the last two, the tree warmed up and
+// before the warm-up, are 0 but for the warmed kind.
 int child(const std::string& kind, const std::string& base) {
   gtk_init();
   Gtk::init_gtkmm_internals();
@@ -159,14 +166,24 @@ int child(const std::string& kind, const std::string& base) {
   window->set_default_size(400, 600);
   window->present();
   pumpUntil([] { return false; }, 0.2);  // the window is mapped before anything is timed
-  auto once = kind == "form" ? formOnce : bareOnce;
-  double cold = once(*window, base);
+  double warmUpMiB = 0, beforeMiB = 0;
+  if (kind == "warmed") {
+    beforeMiB = treeMiB().first;
+    std::optional<bool> ready;
+    brivane::QPPaymentForm::warmUp([&ready](bool isReady) { ready = isReady; });
+    if (!pumpUntil([&ready] { return ready.has_value(); }, 60) || !*ready) return 1;
+    pumpUntil([] { return false; }, 0.2);  // the same settle as the window's
+    warmUpMiB = treeMiB().first;
+  }
+  auto once = kind == "bare" ? bareOnce : formOnce;
+  double first = once(*window, base);
   auto [mib, processes] = treeMiB();
   pumpUntil([] { return false; }, 0.1);
   double again = once(*window, base);
-  std::printf("%.3f %.3f %.1f %d\n", cold, again, mib, processes);
+  std::printf("%.3f %.3f %.1f %d %.1f %.1f\n", first, again, mib, processes, warmUpMiB, beforeMiB);
+  brivane::QPPaymentForm::releaseWarmUp();
   window.reset();
-  return cold < 0 || again < 0 ? 1 : 0;
+  return first < 0 || again < 0 ? 1 : 0;
 }
 
 // --- The driver -------------------------------------------------------------------------------
@@ -174,6 +191,7 @@ int child(const std::string& kind, const std::string& base) {
 struct Sample {
   double cold = -1, again = -1, mib = 0;
   int processes = 0;
+  double warmUpMiB = 0, beforeMiB = 0;
 };
 
 Sample spawnChild(const std::string& kind, const std::string& base) {
@@ -201,8 +219,8 @@ Sample spawnChild(const std::string& kind, const std::string& base) {
   if (spawned != 0) return sample;
   int status = 0;
   waitpid(pid, &status, 0);
-  if (std::sscanf(out.c_str(), "%lf %lf %lf %d", &sample.cold, &sample.again, &sample.mib,
-                  &sample.processes) != 4 ||
+  if (std::sscanf(out.c_str(), "%lf %lf %lf %d %lf %lf", &sample.cold, &sample.again, &sample.mib,
+                  &sample.processes, &sample.warmUpMiB, &sample.beforeMiB) != 6 ||
       !WIFEXITED(status) || WEXITSTATUS(status) != 0)
     sample = Sample();
   return sample;
@@ -217,39 +235,49 @@ int driver(int rounds) {
   std::thread serving([&server] { server.listen_after_bind(); });
   while (!server.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 
-  std::vector<double> coldRatio, againRatio, againOverCold, formCold, formAgain, bareCold, bareAgain, formMiB,
-      bareMiB;
-  int processes = 0;
+  std::vector<double> coldRatio, againRatio, againOverCold, warmedOverCold, warmedAgainOverCold, formCold,
+      formAgain, bareCold, bareAgain, warmedFirst, warmedAgain, formMiB, bareMiB, warmedMiB, warmUpMiB,
+      beforeWarmUpMiB;
+  int processes = 0, warmedProcesses = 0;
   bool failed = false;
   for (int round = 0; round < rounds && !failed; ++round) {
-    Sample form, bare;
-    if (round % 2 == 0) {
-      form = spawnChild("form", base);
-      bare = spawnChild("bare", base);
-    } else {
-      bare = spawnChild("bare", base);
-      form = spawnChild("form", base);
-    }
-    if (form.cold < 0 || bare.cold < 0) {
+    // The rounds go through the six orders of the three kinds: over six rounds each kind runs
+    // first, second and last twice, and before and after each other kind three times.
+    std::map<std::string, Sample> samples;
+    std::vector<std::string> order{"bare", "form", "warmed"};
+    for (int step = 0; step < round % 6; ++step) std::next_permutation(order.begin(), order.end());
+    for (const std::string& kind : order) samples[kind] = spawnChild(kind, base);
+    const Sample &form = samples["form"], &bare = samples["bare"], &warmed = samples["warmed"];
+    if (form.cold < 0 || bare.cold < 0 || warmed.cold < 0) {
       std::fprintf(stderr, "bench_form: round %d failed (is there a display? run under xvfb-run -a)\n",
                    round);
       failed = true;
       break;
     }
     std::printf(
-        "round %d: form %.0f ms, again %.0f ms, %.0f MiB; bare view %.0f ms, again %.0f ms, %.0f MiB\n",
-        round, form.cold, form.again, form.mib, bare.cold, bare.again, bare.mib);
+        "round %d: form %.0f ms, again %.0f ms, %.0f MiB; bare view %.0f ms, again %.0f ms, %.0f MiB; "
+        "warmed %.0f ms, again %.0f ms, %.0f MiB (warm-up alone %.0f MiB)\n",
+        round, form.cold, form.again, form.mib, bare.cold, bare.again, bare.mib, warmed.cold, warmed.again,
+        warmed.mib, warmed.warmUpMiB);
     std::fflush(stdout);
     coldRatio.push_back(form.cold / bare.cold);
     againRatio.push_back(form.again / bare.again);
     againOverCold.push_back(form.again / form.cold);
+    warmedOverCold.push_back(warmed.cold / form.cold);
+    warmedAgainOverCold.push_back(warmed.again / form.cold);
     formCold.push_back(form.cold);
     formAgain.push_back(form.again);
     bareCold.push_back(bare.cold);
     bareAgain.push_back(bare.again);
+    warmedFirst.push_back(warmed.cold);
+    warmedAgain.push_back(warmed.again);
     formMiB.push_back(form.mib);
     bareMiB.push_back(bare.mib);
+    warmedMiB.push_back(warmed.mib);
+    warmUpMiB.push_back(warmed.warmUpMiB);
+    beforeWarmUpMiB.push_back(warmed.beforeMiB);
     processes = form.processes;
+    warmedProcesses = warmed.processes;
   }
   server.stop();
   serving.join();
@@ -261,11 +289,23 @@ int driver(int rounds) {
               bench::describe(bench::spreadOf(againRatio)).c_str());
   std::printf("  form created again / form cold               %s\n",
               bench::describe(bench::spreadOf(againOverCold)).c_str());
-  std::printf("  form: cold %.0f ms, again %.0f ms; bare view: cold %.0f ms, again %.0f ms\n",
-              bench::spreadOf(formCold).median, bench::spreadOf(formAgain).median,
-              bench::spreadOf(bareCold).median, bench::spreadOf(bareAgain).median);
+  std::printf("  warmed form / form cold                      %s\n",
+              bench::describe(bench::spreadOf(warmedOverCold)).c_str());
+  std::printf("  second warmed form / form cold               %s\n",
+              bench::describe(bench::spreadOf(warmedAgainOverCold)).c_str());
+  std::printf(
+      "  form: cold %.0f ms, again %.0f ms; bare view: cold %.0f ms, again %.0f ms; warmed form: %.0f ms, "
+      "again %.0f ms\n",
+      bench::spreadOf(formCold).median, bench::spreadOf(formAgain).median, bench::spreadOf(bareCold).median,
+      bench::spreadOf(bareAgain).median, bench::spreadOf(warmedFirst).median,
+      bench::spreadOf(warmedAgain).median);
   std::printf("  process tree after the first load (PSS, %d processes): form %.0f MiB, bare view %.0f MiB\n",
               processes, bench::spreadOf(formMiB).median, bench::spreadOf(bareMiB).median);
+  std::printf(
+      "  with the warm-up (PSS, %d processes): %.0f MiB after the first load; before it %.0f MiB warmed up, "
+      "%.0f MiB before the warm-up\n",
+      warmedProcesses, bench::spreadOf(warmedMiB).median, bench::spreadOf(warmUpMiB).median,
+      bench::spreadOf(beforeWarmUpMiB).median);
   return 0;
 }
 

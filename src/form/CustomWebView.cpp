@@ -35,8 +35,13 @@ boost::json::value jsonFromScriptValue(JSCValue* value) {
   return result;
 }
 
-CustomWebView::CustomWebView(WebKitUserContentManager* manager) {
-  view_ = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager, nullptr));
+CustomWebView::CustomWebView(WebKitUserContentManager* manager, WebKitWebView* related) {
+  // The related view lends its web process and network session only; settings and user content
+  // stay the view's own.
+  view_ = WEBKIT_WEB_VIEW(related != nullptr
+                              ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager,
+                                             "related-view", related, nullptr)
+                              : g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", manager, nullptr));
   g_object_ref_sink(view_);
   widget_ = Glib::wrap(GTK_WIDGET(view_));
   widget_->set_hexpand(true);

@@ -26,7 +26,9 @@ class CustomWebView {
   using ScriptResult = std::function<void(const std::optional<boost::json::value>& result,
                                           const std::optional<std::string>& error)>;
 
-  explicit CustomWebView(WebKitUserContentManager* manager);
+  /// A view with `manager` as its user content manager. With a `related` view (may be null) it
+  /// opens its pages in the related view's web process instead of starting one of its own.
+  explicit CustomWebView(WebKitUserContentManager* manager, WebKitWebView* related = nullptr);
   ~CustomWebView();
   CustomWebView(const CustomWebView&) = delete;
   CustomWebView& operator=(const CustomWebView&) = delete;

@@ -19,6 +19,7 @@
 #include "brivane/api/core/QPLookups.h"
 #include "brivane/util/QPUtils.h"
 #include "form/CustomWebView.h"
+#include "form/FormEngineWarmUp.h"
 #include "form/ScripMessageHandlerMediator.h"
 
 namespace brivane {
@@ -810,7 +811,8 @@ void QPPaymentForm::defaultInit() {
   std::vector<std::string> names = wkScripMessageNames();
   names.emplace_back(kKeyboardMessage);
   impl_->wkMessageHandler->registerHandlers(manager, names);
-  impl_->webView = std::make_unique<CustomWebView>(manager);
+  // After a warm-up the page opens in its running web process.
+  impl_->webView = std::make_unique<CustomWebView>(manager, FormEngineWarmUp::relatedView());
   g_object_unref(manager);  // the web view holds it
 
   WebKitWebView* view = impl_->webView->view();
@@ -1114,6 +1116,16 @@ bool QPPaymentForm::isOverlayShown() const {
 }
 CustomWebView& QPPaymentForm::webView() {
   return *impl_->webView;
+}
+
+bool QPPaymentForm::warmUp(WarmUpCallback ready) {
+  return FormEngineWarmUp::start(std::move(ready));
+}
+bool QPPaymentForm::isWarmedUp() {
+  return FormEngineWarmUp::isReady();
+}
+void QPPaymentForm::releaseWarmUp() {
+  FormEngineWarmUp::release();
 }
 
 }  // namespace brivane

@@ -17,6 +17,7 @@
 #include "brivane/form/QPPaymentForm.h"
 #include "form/CustomWebView.h"
 #include "sandbox/SandboxState.h"
+#include "sandbox/Shopper.h"
 
 namespace brivane::formtest {
 
@@ -44,6 +45,24 @@ inline boost::json::value evaluateIn(QPPaymentForm& form, const std::string& scr
   });
   pumpUntil([&answer] { return answer.has_value(); }, 10);
   return answer.value_or(boost::json::string("error: no answer"));
+}
+
+// The scripted shopper takes a step in the form's page every 0.3 s until `ended` holds (true) or
+// `seconds` pass (false); `stepped` (may be null) receives the answer of each step.
+inline bool shopUntil(QPPaymentForm& form, sandbox::ShopperMode mode, const std::function<bool()>& ended,
+                      double seconds, const CustomWebView::ScriptResult& stepped = nullptr) {
+  const std::string step = sandbox::shopperStepScript(mode);
+  auto next = std::chrono::steady_clock::now();
+  return pumpUntil(
+      [&] {
+        if (ended()) return true;
+        if (std::chrono::steady_clock::now() >= next) {
+          next = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+          form.webView().evaluate(step, stepped);
+        }
+        return false;
+      },
+      seconds);
 }
 
 // The form as the suites place it: in a window, pointed at `base`'s stand-ins, with the

@@ -115,25 +115,19 @@ class QPPaymentFormFlowTest : public ::testing::Test {
   // The scripted shopper takes steps until an outcome arrives; while it waits, the overlay
   // and the time of the first step are noted.
   bool shop(ShopperMode mode, double seconds = 25) {
-    const std::string step = sandbox::shopperStepScript(mode);
     if (!pumpUntil([this] { return form_->isWebViewLoaded(); }, 15)) return false;
-    auto next = Clock::now();
-    return pumpUntil(
-        [&] {
+    return formtest::shopUntil(
+        *form_, mode,
+        [this] {
           if (form_->isOverlayShown()) sawOverlay_ = true;
-          if (outcomes() > 0) return true;
-          if (Clock::now() >= next) {
-            next = Clock::now() + std::chrono::milliseconds(300);
-            form_->webView().evaluate(step, [this](const std::optional<boost::json::value>& done,
-                                                   const std::optional<std::string>&) {
-              if (done && done->is_string() && done->get_string().starts_with("submitted") && !submittedAt_) {
-                submittedAt_ = Clock::now();
-              }
-            });
-          }
-          return false;
+          return outcomes() > 0;
         },
-        seconds);
+        seconds,
+        [this](const std::optional<boost::json::value>& done, const std::optional<std::string>&) {
+          if (done && done->is_string() && done->get_string().starts_with("submitted") && !submittedAt_) {
+            submittedAt_ = Clock::now();
+          }
+        });
   }
 
   boost::json::value evaluate(const std::string& script) { return formtest::evaluateIn(*form_, script); }

@@ -190,6 +190,36 @@ class QPPaymentForm : public Gtk::Box {
   /// The engine view (internal type; see CustomWebView.h in the sources).
   CustomWebView& webView();
 
+  /// Called once by `warmUp`: true when the engine is ready, false when the warm-up ended
+  /// without becoming ready (no display, the engine failed to start, or `releaseWarmUp`).
+  using WarmUpCallback = std::function<void(bool ready)>;
+  /// Starts the web engine before any form is shown, so that the forms created afterwards open
+  /// their pages without waiting for the engine to start: a hidden web view (in no window) loads
+  /// an empty page, which starts a web process and the network process and keeps them running.
+  /// Every form created while the warm-up exists opens its page in that web process; forms
+  /// created before, or without any warm-up, start their own as always. Nothing else about a
+  /// form changes.
+  ///
+  /// Thread rules: GTK main thread only, after GTK is initialised. Idempotent and cheap to call
+  /// again: while a warm-up exists a call starts nothing and only adds its `ready`. `ready`
+  /// (may be null) is called exactly once, later on the main loop (also when the engine is
+  /// ready already). Returns false, and `ready` gets false, when there is no display.
+  ///
+  /// Cost: about 100 MiB of memory (proportional set size: the web process, the network
+  /// process and the engine's part of this process) while no form is shown. Forms use that web
+  /// process, so with a form shown the process tree is about as large as without the warm-up.
+  /// Two forms shown at once share it, and an engine failure in it ends both. The warm-up stays
+  /// until `releaseWarmUp`, or until the engine ends its web process (a crash, also of a form
+  /// sharing it); later forms then start their own again, and `warmUp` may be called anew.
+  static bool warmUp(WarmUpCallback ready = nullptr);
+  /// Whether a warm-up is ready: its web process is running. GTK main thread only.
+  static bool isWarmedUp();
+  /// Ends the warm-up: the hidden view goes, and its web process is left to the engine, which
+  /// ends it (or keeps it in its own cache) once no form uses it. A `warmUp` callback still
+  /// waiting gets false. Forms keep working; later ones start their own web process, as without
+  /// a warm-up. Does nothing without a warm-up. GTK main thread only.
+  static void releaseWarmUp();
+
   struct Impl;
 
  private:
