@@ -198,21 +198,14 @@ std::string QPTransportLayer::composeURL(const QPURLComponents& components) cons
       setting_ && setting_->urlStr() ? std::string_view(*setting_->urlStr()) : std::string_view();
   std::string_view path = components.path ? std::string_view(*components.path) : std::string_view();
   if (base.ends_with('/') && path.starts_with('/')) base.remove_suffix(1);
+  std::optional<std::string> query = components.query();
   std::string url;
-  url.reserve(base.size() + path.size() + 64);
+  url.reserve(base.size() + path.size() + (query ? query->size() + 1 : 0));
   appendEscaped(url, base, false);
   appendEscaped(url, path, true);
-  if (components.queryItems) {
+  if (query) {
     url.push_back('?');
-    for (std::size_t i = 0; i < components.queryItems->size(); ++i) {
-      const QPURLQueryItem& item = (*components.queryItems)[i];
-      if (i > 0) url.push_back('&');
-      appendEscaped(url, item.name, false);
-      if (item.value) {
-        url.push_back('=');
-        appendEscaped(url, *item.value, false);
-      }
-    }
+    appendEscaped(url, *query, false);
   }
   return url;
 }

@@ -9,7 +9,6 @@
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
-#include <exception>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -111,9 +110,10 @@ void guarded(const std::function<void()>& task) {
   runGuarded(task, "a networking callback");
 }
 
-// The multi handle is driven by one source on the default main context: its sockets are the
-// source's file descriptors and libcurl's timer its ready time, so that a call started on the
-// main context is sent, answered and completed there without waking another thread. Calls
+// The multi handle is driven by one source on the default main context: it watches libcurl's
+// sockets (through one epoll descriptor) and takes libcurl's timer as its time-out, so that a
+// call started on the main context is sent, answered and completed there without waking another
+// thread. Calls
 // started on other threads are queued and wake the context once per burst.
 class CurlEngine final : public NetworkEngine {
  public:
@@ -204,7 +204,6 @@ class CurlEngine final : public NetworkEngine {
     if (wake) wakeIfWaiting(context_);
   }
 
-  // Microseconds (GLib's monotonic clock) at which libcurl wants its timer action; -1: none.
   bool timerDue() const { return timerDeadline_ >= 0 && timerDeadline_ <= g_get_monotonic_time(); }
 
   static gboolean prepare(GSource* source, gint* timeout) {
@@ -471,7 +470,7 @@ class CurlEngine final : public NetworkEngine {
 
   // Touched only where the main context runs.
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> transfers_;
-  gint64 timerDeadline_ = -1;
+  gint64 timerDeadline_ = -1;  // when libcurl wants its timer action (GLib's monotonic µs); -1: never
 
   std::mutex workMutex_;
   std::condition_variable workReady_;

@@ -397,25 +397,38 @@ TEST(QPTransportThreads, LargeAnswersAreReadAwayFromTheMainContext) {
   }
 }
 
-// A completion may wait for another call in a nested main loop (a host's modal wait): the
-// nested loop still drives the networking and the main queue.
+// A completion (of an operation, or of the transport, which runs inside the networking's own
+// pass) may wait for another call in a nested main loop (a host's modal wait): the nested loop
+// still drives the networking and the main queue.
 TEST(QPCompletionContract, ACompletionMayWaitForAnotherCallInANestedLoop) {
   SandboxClient client;
-  Captured<QPGetCountriesResponse> inner;
-  bool innerSeenInside = false;
-  int outerCalls = 0;
-  client.provider->settingsAPI()->getCountries(
-      QPGetCountriesRequest(), [&](std::optional<QPError>, std::shared_ptr<QPGetCountriesResponse>) {
-        ++outerCalls;
-        client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), inner.completion());
-        innerSeenInside = inner.wait();
-      });
-  ASSERT_TRUE(
-      QPMainQueue::runUntil([&] { return outerCalls > 0 && inner.calls > 0; }, std::chrono::seconds(20)));
-  EXPECT_TRUE(innerSeenInside);
-  EXPECT_EQ(outerCalls, 1);
-  EXPECT_EQ(inner.calls, 1);
-  EXPECT_TRUE(inner.response && inner.response->countries);
+  enum class From { Operation, Transport };
+  for (From from : {From::Operation, From::Transport}) {
+    SCOPED_TRACE(from == From::Operation ? "operation" : "transport");
+    Captured<QPGetCountriesResponse> inner;
+    bool innerSeenInside = false;
+    int outerCalls = 0;
+    auto waitForInner = [&] {
+      ++outerCalls;
+      client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), inner.completion());
+      innerSeenInside = inner.wait();
+    };
+    if (from == From::Operation) {
+      client.provider->settingsAPI()->getCountries(
+          QPGetCountriesRequest(),
+          [&](std::optional<QPError>, std::shared_ptr<QPGetCountriesResponse>) { waitForInner(); });
+    } else {
+      client.provider->settingsAPI()->transportLayer()->loadRequestWithURLComponents(
+          QPURLComponents{"/settings/country", std::vector<QPURLQueryItem>{}}, "GET", std::nullopt,
+          [&](std::optional<boost::json::value>, std::optional<QPError>) { waitForInner(); });
+    }
+    ASSERT_TRUE(
+        QPMainQueue::runUntil([&] { return outerCalls > 0 && inner.calls > 0; }, std::chrono::seconds(20)));
+    EXPECT_TRUE(innerSeenInside);
+    EXPECT_EQ(outerCalls, 1);
+    EXPECT_EQ(inner.calls, 1);
+    EXPECT_TRUE(inner.response && inner.response->countries);
+  }
 }
 
 // An operation that fails before sending, started from inside a completion (of an operation or
@@ -449,30 +462,6 @@ TEST(QPCompletionContract, AnEarlyFailureStartedInsideACompletionCompletesAfterI
     ASSERT_TRUE(early.error);
     EXPECT_EQ(early.error->code(), QPClientErrorMissingArgument);
   }
-}
-
-// The same at the transport, whose completion runs inside the networking's own dispatch.
-TEST(QPCompletionContract, ATransportCompletionMayWaitForAnotherRequestInANestedLoop) {
-  ScriptedServer server;
-  server.answer(200, "application/json", "{\"a\":1}");
-  auto transport = transportFor(server.baseUrl());
-  TransportCall inner;
-  bool innerSeenInside = false;
-  int outerCalls = 0;
-  transport->loadRequestWithURLComponents(QPURLComponents{"/outer", {}}, "GET", std::nullopt,
-                                          [&](std::optional<boost::json::value>, std::optional<QPError>) {
-                                            ++outerCalls;
-                                            transport->loadRequestWithURLComponents(
-                                                QPURLComponents{"/inner", {}}, "GET", std::nullopt,
-                                                inner.completion());
-                                            innerSeenInside = inner.wait();
-                                          });
-  ASSERT_TRUE(
-      QPMainQueue::runUntil([&] { return outerCalls > 0 && inner.calls > 0; }, std::chrono::seconds(20)));
-  EXPECT_TRUE(innerSeenInside);
-  EXPECT_EQ(outerCalls, 1);
-  EXPECT_EQ(inner.calls, 1);
-  EXPECT_FALSE(inner.error);
 }
 
 TEST(QPTransportSettings, MissingURLOrProgramCodeFailsWithoutSending) {
