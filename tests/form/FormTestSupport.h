@@ -4,7 +4,10 @@
 // provider pages.
 #include <httplib.h>
 
+#include <unistd.h>
+
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -20,6 +23,13 @@
 #include "sandbox/Shopper.h"
 
 namespace brivane::formtest {
+
+/// A scratch directory under the system's temporary directory, its name ending in this
+/// process's id: the form suite runs twice at once (cold and warmed up), and the two must not
+/// write, read or remove each other's files.
+inline std::filesystem::path scratchDirectory(const std::string& name) {
+  return std::filesystem::temp_directory_path() / ("brivane-" + name + "-" + std::to_string(::getpid()));
+}
 
 // Runs the main loop until `done` holds or `seconds` pass; whether `done` held.
 inline bool pumpUntil(const std::function<bool()>& done, double seconds) {

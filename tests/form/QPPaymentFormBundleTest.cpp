@@ -10,6 +10,7 @@
 
 #include "brivane/form/QPPaymentForm.h"
 #include "brivane/util/QPUtils.h"
+#include "form/FormTestSupport.h"
 
 namespace brivane {
 namespace {
@@ -18,7 +19,7 @@ class QPPaymentFormBundleTest : public ::testing::Test {
  protected:
   void SetUp() override {
     // A bundle directory without templates: found first, but holding nothing to render.
-    empty_ = std::filesystem::temp_directory_path() / "brivane-empty-bundle-host";
+    empty_ = formtest::scratchDirectory("empty-bundle-host");
     std::filesystem::create_directories(empty_ / "BrivaneSDK.bundle");
     QPUtils::setBundleDirectory(empty_.string());
     form_ = std::make_unique<QPPaymentForm>();

@@ -32,7 +32,7 @@ class BrivaneTool : public ::testing::Test {
 
   void SetUp() override {
     tool_ = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
-    if (!std::filesystem::exists(tool_)) GTEST_SKIP() << "brivane tool not built at " << tool_;
+    ASSERT_TRUE(std::filesystem::exists(tool_)) << "brivane tool not built at " << tool_;
   }
 
   // `environment` goes before the tool's path (e.g. "env -u DISPLAY "). With it, the tool's

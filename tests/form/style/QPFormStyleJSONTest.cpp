@@ -170,7 +170,7 @@ class StyleCommand : public ::testing::Test {
 
   void SetUp() override {
     tool_ = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
-    if (!std::filesystem::exists(tool_)) GTEST_SKIP() << "brivane tool not built at " << tool_;
+    ASSERT_TRUE(std::filesystem::exists(tool_)) << "brivane tool not built at " << tool_;
     ASSERT_FALSE(dir_.path().empty());
   }
 
