@@ -117,9 +117,13 @@ std::string QPUtils::fullLocaleFromLanguages(const std::vector<std::string>& lan
   return languages.front().substr(0, 2) + "_" + regionCode;
 }
 
-std::string QPUtils::getCurLocale() { return localeFromLanguages(preferredLanguages()); }
+std::string QPUtils::getCurLocale() {
+  return localeFromLanguages(preferredLanguages());
+}
 
-std::string QPUtils::getCurLocaleFull() { return fullLocaleFromLanguages(preferredLanguages(), currentRegion()); }
+std::string QPUtils::getCurLocaleFull() {
+  return fullLocaleFromLanguages(preferredLanguages(), currentRegion());
+}
 
 std::string QPUtils::hexStringForColor(const QPColor& color) {
   const std::vector<double>& c = color.components();

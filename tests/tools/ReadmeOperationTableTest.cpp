@@ -18,7 +18,8 @@ using cli::Operation;
 std::vector<std::string> splitCells(const std::string& row) {
   std::vector<std::string> cells;
   std::string cell;
-  for (std::size_t i = 1; i < row.size(); ++i) {  // skip the leading "|"
+  // From 1: the leading "|" opens no cell.
+  for (std::size_t i = 1; i < row.size(); ++i) {
     if (row[i] == '\\' && i + 1 < row.size() && row[i + 1] == '|') {  // "\|": a "|" inside a cell
       cell += row[++i];
     } else if (row[i] == '|') {

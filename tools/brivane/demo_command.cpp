@@ -66,7 +66,6 @@ std::string maskedCardNumber(const std::string& number) {
   return number.substr(0, 6) + std::string(number.size() - 10, '*') + number.substr(number.size() - 4);
 }
 
-
 // Runs the steps in order, one line each, and stops at the first that fails.
 class Journey {
  public:
