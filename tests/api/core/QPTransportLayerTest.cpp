@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <regex>
 
@@ -397,12 +398,28 @@ TEST(QPTransportThreads, LargeAnswersAreReadAwayFromTheMainContext) {
   }
 }
 
+// Where a completion under test runs: that of an operation, or that of the transport itself
+// (which runs inside the networking's own pass).
+enum class From { Operation, Transport };
+
+// Starts a call of the countries list from `from` whose completion runs `then`.
+void callCountriesThen(const SandboxClient& client, From from, std::function<void()> then) {
+  if (from == From::Operation) {
+    client.provider->settingsAPI()->getCountries(
+        QPGetCountriesRequest(),
+        [then](std::optional<QPError>, std::shared_ptr<QPGetCountriesResponse>) { then(); });
+  } else {
+    client.provider->settingsAPI()->transportLayer()->loadRequestWithURLComponents(
+        QPURLComponents{"/settings/country", std::vector<QPURLQueryItem>{}}, "GET", std::nullopt,
+        [then](std::optional<boost::json::value>, std::optional<QPError>) { then(); });
+  }
+}
+
 // A completion (of an operation, or of the transport, which runs inside the networking's own
 // pass) may wait for another call in a nested main loop (a host's modal wait): the nested loop
 // still drives the networking and the main queue.
 TEST(QPCompletionContract, ACompletionMayWaitForAnotherCallInANestedLoop) {
   SandboxClient client;
-  enum class From { Operation, Transport };
   for (From from : {From::Operation, From::Transport}) {
     SCOPED_TRACE(from == From::Operation ? "operation" : "transport");
     Captured<QPGetCountriesResponse> inner;
@@ -413,15 +430,7 @@ TEST(QPCompletionContract, ACompletionMayWaitForAnotherCallInANestedLoop) {
       client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), inner.completion());
       innerSeenInside = inner.wait();
     };
-    if (from == From::Operation) {
-      client.provider->settingsAPI()->getCountries(
-          QPGetCountriesRequest(),
-          [&](std::optional<QPError>, std::shared_ptr<QPGetCountriesResponse>) { waitForInner(); });
-    } else {
-      client.provider->settingsAPI()->transportLayer()->loadRequestWithURLComponents(
-          QPURLComponents{"/settings/country", std::vector<QPURLQueryItem>{}}, "GET", std::nullopt,
-          [&](std::optional<boost::json::value>, std::optional<QPError>) { waitForInner(); });
-    }
+    callCountriesThen(client, from, waitForInner);
     ASSERT_TRUE(
         QPMainQueue::runUntil([&] { return outerCalls > 0 && inner.calls > 0; }, std::chrono::seconds(20)));
     EXPECT_TRUE(innerSeenInside);
@@ -435,7 +444,6 @@ TEST(QPCompletionContract, ACompletionMayWaitForAnotherCallInANestedLoop) {
 // of the transport), still completes only after it has returned.
 TEST(QPCompletionContract, AnEarlyFailureStartedInsideACompletionCompletesAfterItReturns) {
   SandboxClient client;
-  enum class From { Operation, Transport };
   for (From from : {From::Operation, From::Transport}) {
     SCOPED_TRACE(from == From::Operation ? "operation" : "transport");
     Captured<QPResponseBase> early;
@@ -446,15 +454,7 @@ TEST(QPCompletionContract, AnEarlyFailureStartedInsideACompletionCompletesAfterI
       callsWhenReturned = early.calls;
       outerDone = true;
     };
-    if (from == From::Operation) {
-      client.provider->settingsAPI()->getCountries(
-          QPGetCountriesRequest(),
-          [&](std::optional<QPError>, std::shared_ptr<QPGetCountriesResponse>) { startEarlyFailure(); });
-    } else {
-      client.provider->settingsAPI()->transportLayer()->loadRequestWithURLComponents(
-          QPURLComponents{"/settings/country", std::vector<QPURLQueryItem>{}}, "GET", std::nullopt,
-          [&](std::optional<boost::json::value>, std::optional<QPError>) { startEarlyFailure(); });
-    }
+    callCountriesThen(client, from, startEarlyFailure);
     ASSERT_TRUE(
         QPMainQueue::runUntil([&] { return outerDone && early.calls > 0; }, std::chrono::seconds(10)));
     EXPECT_EQ(callsWhenReturned, 0);
