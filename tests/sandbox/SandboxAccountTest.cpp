@@ -201,8 +201,9 @@ TEST_F(SandboxAccount, AddingACardNeedsTheShopperThenAValidNumber) {
   const auto& card = *options->paymentOptions->front();
   EXPECT_EQ(card.reference, reference);
   EXPECT_EQ(card.carrierNumber, "411111******1111");
-  EXPECT_TRUE(card.isDefault());
-  EXPECT_TRUE(card.isVerifiable());
+  ASSERT_TRUE(card.isDefault() && card.isVerifiable());
+  EXPECT_TRUE(card.isDefault()->boolValue());
+  EXPECT_TRUE(card.isVerifiable()->boolValue());
   ASSERT_TRUE(card.billingAddress);
   EXPECT_EQ(card.billingAddress->fullName, "Ada Lovelace");
 

@@ -101,6 +101,8 @@ class ScriptedServer {
     };
     server_.Get(".*", handler);
     server_.Post(".*", handler);
+    server_.Put(".*", handler);
+    server_.Delete(".*", handler);
     port_ = server_.bind_to_any_port("127.0.0.1");
     thread_ = std::thread([this] { server_.listen_after_bind(); });
     while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::microseconds(50));

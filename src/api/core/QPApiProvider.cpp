@@ -3,6 +3,35 @@
 #include <exception>
 
 namespace brivane {
+namespace {
+
+// Appends `identifier` as exactly one path segment: "/", "?", "#" and "%" are escaped, and so
+// is every byte a URL cannot carry, so that nothing in it can end the segment or the path;
+// "." and ".." become "%2E" and "%2E%2E" so that they cannot climb out of their place.
+void appendSegment(std::string& path, std::string_view identifier) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  auto escape = [&path](unsigned char c) {
+    const char escaped[3] = {'%', kHex[c >> 4], kHex[c & 0xF]};
+    path.append(escaped, 3);
+  };
+  if (identifier == "." || identifier == "..") {
+    for (char c : identifier) escape(static_cast<unsigned char>(c));
+    return;
+  }
+  for (char c : identifier) {
+    auto byte = static_cast<unsigned char>(c);
+    bool kept = (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
+                (byte >= 'A' && byte <= 'Z') ||
+                std::string_view("-._~:@!$&'()*+,;=").find(c) != std::string_view::npos;
+    if (kept) {
+      path.push_back(c);
+    } else {
+      escape(byte);
+    }
+  }
+}
+
+}  // namespace
 
 QPApiProvider::QPApiProvider(QPApiProviderOption apiOption) : apiOption_(std::move(apiOption)) {
   apiClientSetting_ = createClientSettingFromOption(apiOption_);
@@ -53,7 +82,7 @@ std::optional<QPError> QPBaseAPI::composePath(std::string_view pathFormat,
   auto next = arguments.begin();
   for (std::size_t i = 0; i < pathFormat.size(); ++i) {
     if (pathFormat.compare(i, 2, "%@") == 0 && next != arguments.end()) {
-      *path += *next->value;
+      appendSegment(*path, *next->value);
       ++next;
       ++i;
     } else {

@@ -144,6 +144,28 @@ std::optional<std::string> unsendableFormKey(const std::optional<QPFormParams>& 
   return std::nullopt;
 }
 
+// A CR or LF would end the header and start another of the sender's choosing; a NUL cuts it.
+bool fitsInHeader(std::string_view value) {
+  return value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
+QPError unsendableHeader(std::string_view what) {
+  return clientError(QPClientErrorUnsendableHeaderValue,
+                     "The " + std::string(what) +
+                         " holds a line break or NUL, which a header cannot carry; nothing was sent.");
+}
+
+// The URL without the user name and password written into it ("https://user:pw@host/x" gives
+// "https://host/x"): what errors may show.
+std::string withoutUserinfo(std::string_view url) {
+  std::size_t scheme = url.find("://");
+  std::size_t start = scheme == std::string_view::npos ? 0 : scheme + 3;
+  std::size_t end = url.find_first_of("/?#", start);
+  std::size_t at = url.substr(0, end).rfind('@');
+  if (at == std::string_view::npos || at < start) return std::string(url);
+  return std::string(url.substr(0, start)) + std::string(url.substr(at + 1));
+}
+
 std::string identifyingReference(const QPApiClientSettingsInterface& setting) {
   // An unset prefix prints as the platform prints a missing object.
   return setting.partnerReferencePrefix().value_or("(null)") + *QPUtils::genRandomIdWithLength(10);
@@ -176,7 +198,8 @@ std::optional<std::string> QPHTTPResponse::valueForHTTPHeaderField(std::string_v
 
 std::string QPHTTPResponse::description() const {
   std::ostringstream out;
-  out << "<QPHTTPResponse> { URL: " << url << " } { Status Code: " << statusCode << ", Headers {";
+  out << "<QPHTTPResponse> { URL: " << withoutUserinfo(url) << " } { Status Code: " << statusCode
+      << ", Headers {";
   for (std::size_t i = 0; i < headerFields.size(); ++i) {
     const auto& [field, value] = headerFields[i];
     out << (i == 0 ? " " : ", ") << field << ": " << (isSecretHeader(field) ? "(hidden)" : value);
@@ -231,14 +254,19 @@ void QPTransportLayer::loadRequestWithURLComponents(QPURLComponents components, 
       request.url = composeURL(components);
       request.method = std::move(method);
       if (accessTokenProvider_) {
-        if (std::optional<std::string> token = accessTokenProvider_->getAccessToken())
+        if (std::optional<std::string> token = accessTokenProvider_->getAccessToken()) {
+          if (!fitsInHeader(*token)) outgoing.early = unsendableHeader("access token");
           request.headers.push_back("Authorization: Bearer " + *token);
+        }
       }
       request.headers.push_back(std::string("Accept: ") + kJSONContentType);
       request.headers.push_back(std::string("Content-Type: ") + kJSONContentType);
       if (params) {
-        if (const boost::json::value* ip = params->if_contains("X-Ip-Address"))
-          request.headers.push_back("X-Ip-Address: " + textOf(*ip));
+        if (const boost::json::value* ip = params->if_contains("X-Ip-Address")) {
+          std::string address = textOf(*ip);
+          if (!fitsInHeader(address)) outgoing.early = unsendableHeader("'X-Ip-Address' value");
+          request.headers.push_back("X-Ip-Address: " + address);
+        }
       }
       if (params && !params->empty()) {
         boost::json::object body = *params;
@@ -272,8 +300,10 @@ void QPTransportLayer::loadRequestWithFormURLComponents(QPURLComponents componen
     request.url = composeURL(components);
     request.method = "POST";
     if (accessTokenProvider_) {
-      if (std::optional<std::string> token = accessTokenProvider_->getAccessToken())
+      if (std::optional<std::string> token = accessTokenProvider_->getAccessToken()) {
+        if (!fitsInHeader(*token)) outgoing.early = unsendableHeader("access token");
         request.headers.push_back("Authorization: Bearer " + *token);
+      }
     }
     request.headers.push_back(std::string("Accept: ") + kJSONContentType);
     request.headers.push_back(std::string("Content-Type: ") + kFormContentType);
@@ -339,9 +369,9 @@ std::optional<QPError> QPTransportLayer::errorFromResponse(const QPHTTPResponse*
     if (auto parsed = parseJSON(*data, nullptr); parsed && parsed->is_object()) body = parsed->get_object();
   }
 
+  const std::string domain = withoutUserinfo(response->url);
   auto fromResponseCode = [&]() {
-    return QPError(response->url, integerOf(body.at("responseCode")),
-                   optionalTextOf(body, "responseDescription"));
+    return QPError(domain, integerOf(body.at("responseCode")), optionalTextOf(body, "responseDescription"));
   };
 
   if (status == 400 || status == 401 || status == 403) {
@@ -359,14 +389,14 @@ std::optional<QPError> QPTransportLayer::errorFromResponse(const QPHTTPResponse*
             message = std::string(text.substr(blank + 1));
           }
         }
-        return QPError(response->url, leadingInteger(code), message);
+        return QPError(domain, leadingInteger(code), message);
       }
-      return QPError(response->url, status, textOf(*errorValue));
+      return QPError(domain, status, textOf(*errorValue));
     }
     if (body.contains("responseCode")) return fromResponseCode();
     return error;
   }
-  if (status == 503) return QPError(response->url, 503, defaultMessageFromResponse(*response));
+  if (status == 503) return QPError(domain, 503, defaultMessageFromResponse(*response));
   if (body.contains("responseCode")) return fromResponseCode();
   return error;
 }

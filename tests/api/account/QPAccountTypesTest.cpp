@@ -124,8 +124,8 @@ TEST(QPAccountTypes, ResponsesAndModelsFillAsDescribed) {
          ASSERT_TRUE(m->billingAddress && m->mandate);
          EXPECT_EQ(m->billingAddress->fullName, "Ada");
          EXPECT_EQ(m->mandate->mandateSignedDate, boost::json::value("2024-03-03"));
-         EXPECT_TRUE(m->isDefault());
-         EXPECT_FALSE(m->getIsVerifiable());
+         EXPECT_EQ(m->isDefault(), std::optional<QPNumber>(QPNumber::boolean(true)));
+         EXPECT_EQ(m->isVerifiable(), std::nullopt);  // absent, not false
          EXPECT_EQ(m->expiryMonth->description(), "12");
        },
        0},
@@ -133,6 +133,8 @@ TEST(QPAccountTypes, ResponsesAndModelsFillAsDescribed) {
        [] {
          auto m =
              filled<QPPaymentOptionModel>(R"({"billingAddress": null, "mandate": null, "code": "VISA"})");
+         EXPECT_EQ(filled<QPPaymentOptionModel>(R"({"isVerifiable": false})")->isVerifiable(),
+                   std::optional<QPNumber>(QPNumber::boolean(false)));
          ASSERT_TRUE(m->billingAddress);
          ASSERT_TRUE(m->mandate);
          EXPECT_FALSE(m->billingAddress->fullName);

@@ -209,11 +209,11 @@ class QPPaymentOptionModel : public QPModel {
   std::optional<QPNumber> expiryMonth;
   std::optional<QPNumber> expiryYear;
 
-  std::optional<QPNumber> getIsVerifiable() const { return isVerifiable_; }
-  bool isVerifiable() const { return isVerifiable_ && isVerifiable_->boolValue(); }
+  /// Whether the option can be verified, as the server sent it (a truth value); nil when absent.
+  std::optional<QPNumber> isVerifiable() const { return isVerifiable_; }
   void setIsVerifiable(std::optional<QPNumber> value) { isVerifiable_ = value; }
-  std::optional<QPNumber> getIsDefault() const { return isDefault_; }
-  bool isDefault() const { return isDefault_ && isDefault_->boolValue(); }
+  /// Whether the option is the account's default, as the server sent it; nil when absent.
+  std::optional<QPNumber> isDefault() const { return isDefault_; }
   void setIsDefault(std::optional<QPNumber> value) { isDefault_ = value; }
 
  private:

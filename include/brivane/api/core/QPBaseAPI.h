@@ -53,8 +53,9 @@ class QPBaseAPI {
   /// The common call of an operation that takes a request object and identifiers for its path.
   /// A nil request or a nil identifier is a client error (`QPClientErrorMissingArgument`)
   /// reported through the completion, and nothing is sent. Otherwise every "%@" of
-  /// `pathFormat` is replaced by the next identifier as it is (a "/" in it deepens the path;
-  /// bytes a URL cannot carry are escaped later by the transport).
+  /// `pathFormat` is replaced by the next identifier as one percent-encoded path segment: a
+  /// "/", "?", "#", "%" or a dot segment in it cannot reach another endpoint; an empty
+  /// identifier leaves an empty segment.
   template <class Response, class Request>
   void call(std::string_view pathFormat, std::initializer_list<QPPathArgument> arguments,
             std::string_view method, const std::shared_ptr<Request>& request,

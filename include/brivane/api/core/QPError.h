@@ -26,6 +26,9 @@ enum QPClientErrorCode : std::int64_t {
   /// the server redirected the call to another origin (scheme, host or port, https to http
   /// included); the redirect is not followed, so nothing is sent there
   QPClientErrorRedirectRefused = 5,
+  /// a header value (the access token, the payer's IP address) holds a CR, LF or NUL, which
+  /// would end the header and start another; found before sending, nothing is sent
+  QPClientErrorUnsendableHeaderValue = 6,
 };
 
 /// The one failure report of the API client: a domain, a signed code and a description.
