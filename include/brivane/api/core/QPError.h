@@ -26,6 +26,9 @@ enum QPClientErrorCode : std::int64_t {
   /// the server redirected the call to another origin (scheme, host or port, https to http
   /// included); the redirect is not followed, so nothing is sent there
   QPClientErrorRedirectRefused = 5,
+  /// a date field of the request lies outside 0001-01-01 to 9999-12-31 or is no real date or
+  /// time of day (see `QPDate::isSendable`); found before sending, nothing is sent
+  QPClientErrorUnsendableDate = 7,
 };
 
 /// The one failure report of the API client: a domain, a signed code and a description.
