@@ -97,6 +97,10 @@ void QPBaseAPI::send(std::string path, std::string_view method, const QPRequestB
   QPRequestParams params;
   try {
     params = request.getRequestParams();
+  } catch (const fields::UnsendableDate& e) {
+    completion(std::nullopt,
+               QPError(std::string(QPErrorDomainClient), QPClientErrorUnsendableDate, e.what()));
+    return;
   } catch (const std::exception& e) {
     completion(std::nullopt, QPError(std::string(QPErrorDomainClient), QPClientErrorMissingArgument,
                                      std::string("The request could not be built: ") + e.what()));

@@ -36,13 +36,32 @@ std::optional<QPNumber> numberOf(const boost::json::value& value) {
   }
 }
 
-std::string formatLocal(QPDate date, const char* format) {
-  std::time_t seconds = std::chrono::system_clock::to_time_t(date);
-  std::tm local{};
-  localtime_r(&seconds, &local);
-  char buffer[32];
-  std::size_t size = std::strftime(buffer, sizeof buffer, format, &local);
-  return std::string(buffer, size);
+// `count` decimal digits of `text` from `at`, or -1.
+int digits(std::string_view text, std::size_t at, std::size_t count) {
+  if (at + count > text.size()) return -1;
+  int value = 0;
+  for (char c : text.substr(at, count)) {
+    if (c < '0' || c > '9') return -1;
+    value = value * 10 + (c - '0');
+  }
+  return value;
+}
+
+// The calendar fields of `date`: year, month, day, hour, minute, second.
+struct Fields {
+  int year;
+  unsigned month, day;
+  long long hour, minute, second;
+};
+Fields fieldsOf(const QPDate& date) {
+  const std::chrono::year_month_day ymd = date.date();
+  const long long seconds = date.timeOfDay().count();
+  return {static_cast<int>(ymd.year()),
+          static_cast<unsigned>(ymd.month()),
+          static_cast<unsigned>(ymd.day()),
+          seconds / 3600,
+          seconds / 60 % 60,
+          seconds % 60};
 }
 
 std::mutex logMutex;
@@ -106,6 +125,10 @@ boost::json::value finiteOrNull(boost::json::value value) {
 }
 
 std::string jsonText(const boost::json::value& value) {
+  // Boost.JSON prints reals as "1.25E1"; the text kept is the shortest that reads back as the
+  // same number ("12.5", "1000000001").
+  if (value.is_double() && std::isfinite(value.get_double()))
+    return QPNumber(value.get_double()).description();
   return boost::json::serialize(value);
 }
 
@@ -122,39 +145,48 @@ std::string convertNumber(const QPNumber& number) {
   return number.description();
 }
 
-std::string convertLocalDate(QPDate date) {
-  return formatLocal(date, "%Y-%m-%d");
+std::string convertLocalDate(const QPDate& date) {
+  const Fields f = fieldsOf(date);
+  char buffer[48];
+  int size = std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02u", f.year, f.month, f.day);
+  return std::string(buffer, static_cast<std::size_t>(size));
 }
 
-std::string convertLocalTime(QPDate date) {
-  return formatLocal(date, "%H%M%S");
+std::string convertLocalTime(const QPDate& date) {
+  const Fields f = fieldsOf(date);
+  char buffer[80];
+  int size = std::snprintf(buffer, sizeof buffer, "%02lld%02lld%02lld", f.hour, f.minute, f.second);
+  return std::string(buffer, static_cast<std::size_t>(size));
 }
 
 std::optional<QPDate> parseLocalDateTime(std::string_view text) {
-  std::tm local{};
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
-  char tail = 0;
-  std::string copy(text);
-  int count = std::sscanf(copy.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%c", &year, &month, &day, &hour, &minute,
-                          &second, &tail);
-  bool dateOnly = count == 3 && copy.size() == 10;
-  if (!(count == 6 || dateOnly)) return std::nullopt;
-  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 60)
+  if (text.size() != 10 && text.size() != 19) return std::nullopt;
+  if (text[4] != '-' || text[7] != '-') return std::nullopt;
+  const int year = digits(text, 0, 4), month = digits(text, 5, 2), day = digits(text, 8, 2);
+  int hour = 0, minute = 0, second = 0;
+  if (text.size() == 19) {
+    if (text[10] != 'T' || text[13] != ':' || text[16] != ':') return std::nullopt;
+    hour = digits(text, 11, 2);
+    minute = digits(text, 14, 2);
+    second = digits(text, 17, 2);
+  }
+  if (year < 0 || month < 0 || day < 0 || hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 ||
+      second > 59)
     return std::nullopt;
-  local.tm_year = year - 1900;
-  local.tm_mon = month - 1;
-  local.tm_mday = day;
-  local.tm_hour = hour;
-  local.tm_min = minute;
-  local.tm_sec = second;
-  local.tm_isdst = -1;
-  std::time_t seconds = std::mktime(&local);
-  if (seconds == static_cast<std::time_t>(-1)) return std::nullopt;
-  return std::chrono::system_clock::from_time_t(seconds);
+  QPDate date(
+      std::chrono::year_month_day{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
+                                  std::chrono::day{static_cast<unsigned>(day)}},
+      std::chrono::hours{hour} + std::chrono::minutes{minute} + std::chrono::seconds{second});
+  if (!date.isSendable()) return std::nullopt;
+  return date;
 }
 
-std::string printLocalDateTime(QPDate date) {
-  return formatLocal(date, "%Y-%m-%dT%H:%M:%S");
+std::string printLocalDateTime(const QPDate& date) {
+  const Fields f = fieldsOf(date);
+  char buffer[128];
+  int size = std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02uT%02lld:%02lld:%02lld", f.year, f.month,
+                           f.day, f.hour, f.minute, f.second);
+  return std::string(buffer, static_cast<std::size_t>(size));
 }
 
 void log(const std::string& line) {
@@ -374,7 +406,8 @@ bool Codec<std::optional<QPDate>>::assign(std::optional<QPDate>& field, const bo
       return true;
     }
   }
-  return fail(why, "expected a date yyyy-MM-ddTHH:mm:ss, got " + jsonTypeName(value));
+  return fail(
+      why, "expected a date yyyy-MM-ddTHH:mm:ss from 0001-01-01 to 9999-12-31, got " + jsonTypeName(value));
 }
 boost::json::value Codec<std::optional<QPDate>>::print(const std::optional<QPDate>& field) {
   return field ? boost::json::value(printLocalDateTime(*field)) : boost::json::value(nullptr);
@@ -382,13 +415,16 @@ boost::json::value Codec<std::optional<QPDate>>::print(const std::optional<QPDat
 std::optional<boost::json::value> Codec<std::optional<QPDate>>::param(const std::optional<QPDate>& field,
                                                                       QPParamEncoding encoding) {
   if (!field) return std::nullopt;
+  if (!field->isSendable())
+    throw UnsendableDate("holds a date outside 0001-01-01 to 9999-12-31, or no real date or time of day");
   if (encoding == QPParamEncoding::LocalTime) return boost::json::value(convertLocalTime(*field));
   return boost::json::value(convertLocalDate(*field));
 }
 bool Codec<std::optional<QPDate>>::parse(std::optional<QPDate>& field, std::string_view text,
                                          std::string* why) {
   if (assign(field, boost::json::value(text), nullptr)) return true;
-  return fail(why, "expected a date yyyy-MM-ddTHH:mm:ss, got '" + std::string(text) + "'");
+  return fail(why, "expected a date yyyy-MM-ddTHH:mm:ss or yyyy-MM-dd from 0001-01-01 to 9999-12-31, got '" +
+                       std::string(text) + "'");
 }
 
 // Values kept as received.

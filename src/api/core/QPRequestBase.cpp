@@ -2,7 +2,7 @@
 
 namespace brivane {
 
-QPRequestParams QPRequestBase::baseParams(QPDate now) {
+QPRequestParams QPRequestBase::baseParams(const QPDate& now) {
   QPRequestParams params;
   params["localDate"] = fields::convertLocalDate(now);
   params["localTime"] = fields::convertLocalTime(now);
@@ -10,9 +10,14 @@ QPRequestParams QPRequestBase::baseParams(QPDate now) {
 }
 
 QPRequestParams QPRequestBase::getRequestParams() const {
-  QPRequestParams params = baseParams(std::chrono::system_clock::now());
+  QPRequestParams params = baseParams(QPDate::now());
   for (const auto& entry : fieldList().entries()) {
-    std::optional<boost::json::value> value = entry.param(*this);
+    std::optional<boost::json::value> value;
+    try {
+      value = entry.param(*this);
+    } catch (const fields::UnsendableDate& e) {
+      throw fields::UnsendableDate("The field '" + entry.name + "' " + e.what() + "; nothing was sent.");
+    }
     if (value) {
       params[entry.key] = std::move(*value);
     } else {
@@ -58,12 +63,12 @@ std::string QPRequestBase::convertBoolean(bool value) {
 }
 
 std::optional<std::string> QPRequestBase::convertLocalDate(const std::optional<QPDate>& date) {
-  if (!date) return std::nullopt;
+  if (!date || !date->isSendable()) return std::nullopt;
   return fields::convertLocalDate(*date);
 }
 
 std::optional<std::string> QPRequestBase::convertLocalTime(const std::optional<QPDate>& date) {
-  if (!date) return std::nullopt;
+  if (!date || !date->isSendable()) return std::nullopt;
   return fields::convertLocalTime(*date);
 }
 

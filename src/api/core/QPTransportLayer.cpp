@@ -123,7 +123,7 @@ std::int64_t integerOf(const boost::json::value& value) {
 
 std::string textOf(const boost::json::value& value) {
   if (value.is_string()) return std::string(value.get_string());
-  return boost::json::serialize(value);
+  return fields::jsonText(value);
 }
 
 std::optional<std::string> optionalTextOf(const boost::json::object& body, std::string_view key) {

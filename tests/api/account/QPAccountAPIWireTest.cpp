@@ -404,6 +404,41 @@ TEST(QPAccountAPIWire, NilRequestOrIdentifierIsAClientErrorAndNothingIsSent) {
   EXPECT_EQ(client.sandbox.requestCount(), before);
 }
 
+TEST(QPAccountAPIWire, DatesOfYearOneAndYear9999GoOutAsGivenAndOthersAreRefusedUnsent) {
+  using namespace std::chrono;
+  SandboxClient client;
+  const auto& api = *client.provider->accountAPI();
+  auto enquiry = std::make_shared<QPAccountEnquiryRequest>();
+  enquiry->startDate = QPDate(year{1} / 1 / 1);
+  enquiry->endDate = QPDate(year{9999} / 12 / 31, hours{23} + minutes{59} + seconds{59});
+  Outcome sent;
+  api.accountEnquiry(enquiry, kAccno, note<QPAccountEnquiryResponse>(sent));
+  ASSERT_TRUE(QPMainQueue::runUntil([&] { return sent.calls > 0; }, std::chrono::seconds(10)));
+  Pairs dates;
+  for (auto& pair : received(client.sandbox, std::string("/account/") + kAccno + "/enquiry", true))
+    if (pair.first.ends_with("Date") || pair.first.ends_with("Time")) dates.push_back(pair);
+  EXPECT_EQ(dates, (Pairs{{"startDate", R"("0001-01-01")"},
+                          {"startTime", R"("000000")"},
+                          {"endDate", R"("9999-12-31")"},
+                          {"endTime", R"("235959")"}}));
+
+  const std::uint64_t before = client.sandbox.requestCount();
+  for (const QPDate& date : {QPDate(year{10000} / 1 / 1), QPDate(year{2023} / 2 / 29)}) {
+    auto create = std::make_shared<QPCreateAccountRequest>();
+    create->firstName = "Ada";
+    create->dob = date;
+    Outcome refused;
+    api.createAccount(create, note<QPCreateAccountResponse>(refused));
+    ASSERT_TRUE(QPMainQueue::runUntil([&] { return refused.calls > 0; }, std::chrono::seconds(10)));
+    EXPECT_EQ(refused.calls, 1);
+    ASSERT_TRUE(refused.error);
+    EXPECT_EQ(refused.error->domain(), "brivane.client");
+    EXPECT_EQ(refused.error->code(), QPClientErrorUnsendableDate);
+    EXPECT_THAT(refused.error->description().value_or(""), ::testing::HasSubstr("'dob'"));
+  }
+  EXPECT_EQ(client.sandbox.requestCount(), before);
+}
+
 TEST(QPAccountAPIWire, AnAccnoHoldingASlashDeepensThePath) {
   SandboxClient client;
   Outcome outcome;

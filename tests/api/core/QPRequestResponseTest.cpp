@@ -26,6 +26,7 @@ class SampleRequest : public QPRequestBase {
         L::field("rate", &SampleRequest::rate, QPParamEncoding::Double),
         L::field("flag", &SampleRequest::flag),
         L::field("birthDate", &SampleRequest::birthDate, QPParamEncoding::LocalDate),
+        L::named("birthDate", "birthTime", &SampleRequest::birthDate, QPParamEncoding::LocalTime),
         L::field("localDate", &SampleRequest::overrideDate),  // a later key of the same name wins
         L::field("extra", &SampleRequest::extra),
     };
@@ -91,6 +92,82 @@ TEST_F(LocalTime, BaseParametersComeFromOneMoment) {
   EXPECT_EQ(time.size(), 6u);
   EXPECT_EQ(date, QPRequestBase::convertLocalDate(std::chrono::system_clock::now()).value())
       << "(may flake at midnight)";
+}
+
+TEST_F(LocalTime, DatesFromYearOneToYear9999AreSentAsGivenAndOthersRefused) {
+  struct Case {
+    const char* text;
+    const char* date;  // nullptr: refused
+    const char* time;
+  } cases[] = {
+      {"0001-01-01T00:00:00", "0001-01-01", "000000"},
+      {"0001-01-01", "0001-01-01", "000000"},
+      {"1677-09-21T00:12:43", "1677-09-21", "001243"},
+      {"1816-03-29T05:56:08", "1816-03-29", "055608"},
+      {"1969-12-31T23:59:59", "1969-12-31", "235959"},
+      {"2024-02-29T12:00:00", "2024-02-29", "120000"},
+      {"2024-03-31T02:30:00", "2024-03-31", "023000"},  // Vienna's clocks skip this half hour
+      {"2262-04-12T00:00:00", "2262-04-12", "000000"},
+      {"9999-12-31", "9999-12-31", "000000"},
+      {"9999-12-31T23:59:59", "9999-12-31", "235959"},
+      {"10000-01-01T00:00:00", nullptr, nullptr},
+      {"0000-12-31", nullptr, nullptr},
+      {"2023-02-29", nullptr, nullptr},
+      {"2024-04-31T00:00:00", nullptr, nullptr},
+      {"2024-01-01T24:00:00", nullptr, nullptr},
+      {"2024-01-01T23:59:60", nullptr, nullptr},
+      {"2024-1-01", nullptr, nullptr},
+      {"+024-01-01", nullptr, nullptr},
+      {"2024-01-01T00:00", nullptr, nullptr},
+      {"2024-01-01 00:00:00", nullptr, nullptr},
+  };
+  for (const Case& c : cases) {
+    SampleRequest request;
+    std::string why;
+    ASSERT_EQ(request.setField("birthDate", c.text, &why), c.date != nullptr) << c.text;
+    if (c.date == nullptr) {
+      EXPECT_THAT(why, ::testing::HasSubstr(c.text));
+      EXPECT_FALSE(request.birthDate) << c.text;
+      continue;
+    }
+    boost::json::object params = request.getRequestParams();
+    EXPECT_EQ(params.at("birthDate"), c.date) << c.text;
+    EXPECT_EQ(params.at("birthTime"), c.time) << c.text;
+  }
+}
+
+TEST_F(LocalTime, DatesSetByTheHostAreSentAsGivenOrRefused) {
+  using namespace std::chrono;
+  struct Case {
+    QPDate date;
+    const char* sent;  // "yyyy-MM-dd HHmmss", nullptr: refused
+  } cases[] = {
+      {QPDate(year{9999} / 12 / 31, hours{23} + minutes{59} + seconds{59}), "9999-12-31 235959"},
+      {QPDate(year{1} / 1 / 1), "0001-01-01 000000"},
+      {QPDate(local_days{year{2262} / 4 / 12} + hours{1} + milliseconds{999}), "2262-04-12 010000"},
+      {QPDate(local_days{year{1} / 1 / 1} - seconds{1}), nullptr},
+      {QPDate(year{10000} / 1 / 1), nullptr},
+      {QPDate(year{0} / 12 / 31), nullptr},
+      {QPDate(year{2023} / 2 / 29), nullptr},
+      {QPDate(year{2024} / 1 / 1, hours{24}), nullptr},
+      {QPDate(year{2024} / 1 / 1, seconds{-1}), nullptr},
+      {QPDate(sys_seconds{seconds{std::numeric_limits<std::int64_t>::max() / 2}}), nullptr},
+  };
+  for (const Case& c : cases) {
+    SampleRequest request;
+    request.birthDate = c.date;
+    const std::string shown = fields::printLocalDateTime(c.date);
+    EXPECT_EQ(c.sent != nullptr, c.date.isSendable()) << shown;
+    if (c.sent == nullptr) {
+      EXPECT_THROW(request.getRequestParams(), std::out_of_range) << shown;
+      EXPECT_FALSE(QPRequestBase::convertLocalDate(c.date)) << shown;
+      continue;
+    }
+    boost::json::object params = request.getRequestParams();
+    EXPECT_EQ(std::string(params.at("birthDate").as_string()) + " " +
+                  std::string(params.at("birthTime").as_string()),
+              c.sent);
+  }
 }
 
 TEST(QPRequestEncoding, ScalarConversions) {
@@ -178,6 +255,30 @@ TEST(QPResponseFilling, UnknownKeysNullsAndMismatchedTypesAreSkippedOneByOne) {
   EXPECT_EQ(response.city, "Wien");
   EXPECT_EQ(response.postCode, "1010");  // a number arriving for a text is kept as its text
   EXPECT_EQ(response.creditorIdentifier, "true");
+}
+
+TEST(QPResponseFilling, NumbersForTextFieldsKeepTheShortestTextOfTheSameNumber) {
+  struct Case {
+    const char* json;
+    const char* text;
+  } cases[] = {
+      {"12.5", "12.5"},
+      {"1000000001.0", "1000000001"},
+      {"1.000000001E9", "1000000001"},
+      {"0.1", "0.1"},
+      {"-0.25", "-0.25"},
+      {"5.5e0", "5.5"},
+      {"1e300", "1e+300"},
+      {"4.9e-324", "5e-324"},
+      {"1010", "1010"},
+      {"-7", "-7"},
+      {"18446744073709551615", "18446744073709551615"},
+  };
+  for (const Case& c : cases) {
+    QPGetFinancialInstitutionDataResponse response;
+    response.initWithJSONObject(boost::json::parse(std::string(R"({"postCode":)") + c.json + "}"));
+    EXPECT_EQ(response.postCode, c.text) << c.json;
+  }
 }
 
 // A response whose table names one key twice: the first entry of a key takes it.

@@ -138,6 +138,18 @@ TEST_F(ErrorFromResponse, ResponseCodeFormForAuthAndOtherStatuses) {
   ASSERT_TRUE(withoutDescription);
   EXPECT_EQ(withoutDescription->code(), 12);
   EXPECT_FALSE(withoutDescription->description());
+
+  // Numbers where texts belong: the shortest text of the same number.
+  for (auto [body, description] : {
+           std::pair{R"({"responseCode":"1","responseDescription":5.5})", "5.5"},
+           {R"({"responseCode":"1","responseDescription":1000000001.0})", "1000000001"},
+           {R"({"responseCode":"1","responseDescription":-0.125})", "-0.125"},
+           {R"({"error":12.5})", "12.5"},
+       }) {
+    auto error = decide(400, "application/json", body);
+    ASSERT_TRUE(error) << body;
+    EXPECT_EQ(error->description(), description) << body;
+  }
 }
 
 TEST_F(ErrorFromResponse, NoErrorWhereTheStatusAloneSaysNothing) {

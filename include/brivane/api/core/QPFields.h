@@ -5,24 +5,23 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <boost/json.hpp>
 
+#include "brivane/api/core/QPDate.h"
 #include "brivane/api/core/QPNumber.h"
 
 namespace brivane {
 
-/// A calendar moment as requests carry it (sent in the device's local time zone).
-using QPDate = std::chrono::system_clock::time_point;
-
 /// How a request field is written into its parameters.
 enum class QPParamEncoding {
   Default,    ///< strings as they are, numbers through `convertNumber`, flags "true"/"false"
-  LocalDate,  ///< "yyyy-MM-dd" in local time
-  LocalTime,  ///< "HHmmss" in local time
+  LocalDate,  ///< "yyyy-MM-dd" of a `QPDate`
+  LocalTime,  ///< "HHmmss" of a `QPDate`
   Double,     ///< through `convertDouble`: never sent
   Criteria,   ///< a dictionary as the criteria list, see `fields::criteriaParam`
   OmitZero,   ///< integers as decimal text, left out when 0 (0 means "not given")
@@ -39,6 +38,8 @@ enum class QPParamEncoding {
 /// anything else is a failed assignment. JSON null is skipped before any of this.
 namespace fields {
 
+/// `value` as JSON text; a real number in the shortest form that reads back as the same number
+/// ("12.5", "1000000001", "1e+300"), not Boost.JSON's "1.25E1".
 std::string jsonText(const boost::json::value& value);
 /// The JSON type of `value` for messages ("a text", "a number", "a list", ...): messages about
 /// answers name the type, never the value, which may be a secret.
@@ -64,11 +65,19 @@ boost::json::value finiteOrNull(boost::json::value value);
 /// Removes `key` keeping the order of the other keys (Boost.JSON's own erase moves the last key).
 void eraseKey(boost::json::object& object, std::string_view key);
 std::string convertNumber(const QPNumber& number);
-std::string convertLocalDate(QPDate date);
-std::string convertLocalTime(QPDate date);
-/// Reads "yyyy-MM-ddTHH:mm:ss" (local time) or "yyyy-MM-dd"; nil otherwise.
+/// A request field that cannot be sent (a date outside 0001-01-01 to 9999-12-31): thrown while
+/// the parameters are built, reported by the operation as a `brivane.client` error.
+class UnsendableDate : public std::out_of_range {
+ public:
+  using std::out_of_range::out_of_range;
+};
+/// "yyyy-MM-dd" and "HHmmss" of `date` as it holds them (check `isSendable` first).
+std::string convertLocalDate(const QPDate& date);
+std::string convertLocalTime(const QPDate& date);
+/// Reads "yyyy-MM-ddTHH:mm:ss" or "yyyy-MM-dd" (midnight) of a real date from 0001-01-01 to
+/// 9999-12-31, digits exactly as shown; nil otherwise.
 std::optional<QPDate> parseLocalDateTime(std::string_view text);
-std::string printLocalDateTime(QPDate date);
+std::string printLocalDateTime(const QPDate& date);
 /// The criteria rule of the requests that carry "criteria": nil for nil; otherwise one
 /// {"name": key, "value": value} object per entry, in the dictionary's order, serialised and
 /// parsed back. Nil when that round trip fails (a value JSON cannot carry, such as a non-finite

@@ -27,7 +27,9 @@ class QPRequestBaseInterface {
 /// Base of every request.
 ///
 /// `getRequestParams` yields "localDate" and "localTime" of one moment, then the fields of the
-/// class's table in table order; a field that is unset is left out (never sent as null).
+/// class's table in table order; a field that is unset is left out (never sent as null). A date
+/// field that cannot be sent (see `QPDate::isSendable`) makes it throw `std::out_of_range`
+/// naming the field; an operation reports that as `QPClientErrorUnsendableDate` and sends nothing.
 /// Thread rules: a request is used by one thread at a time; the API call reads it on the
 /// caller's thread before returning.
 class QPRequestBase : public QPRequestBaseInterface {
@@ -42,7 +44,8 @@ class QPRequestBase : public QPRequestBaseInterface {
   /// The key-to-field table of this request class (empty for the base).
   virtual const QPFieldList<QPRequestBase>& fieldList() const;
 
-  /// Sets a field by name from text (true/false, decimal numbers, yyyy-MM-ddTHH:mm:ss dates,
+  /// Sets a field by name from text (true/false, decimal numbers, yyyy-MM-ddTHH:mm:ss or
+  /// yyyy-MM-dd dates from 0001-01-01 to 9999-12-31,
   /// JSON for dictionaries). False with the reason in `why` for an unknown name or bad text.
   bool setField(std::string_view name, std::string_view text, std::string* why);
   /// Every field by name, null where unset.
@@ -56,14 +59,14 @@ class QPRequestBase : public QPRequestBaseInterface {
   static std::optional<std::string> convertDouble(double value);
   /// "true" or "false".
   static std::string convertBoolean(bool value);
-  /// "yyyy-MM-dd" in the device's local time zone; nil for nil.
+  /// "yyyy-MM-dd" of the date; nil for nil and for a date that cannot be sent.
   static std::optional<std::string> convertLocalDate(const std::optional<QPDate>& date);
-  /// "HHmmss" in the device's local time zone; nil for nil.
+  /// "HHmmss" of the time of day; nil for nil and for a date that cannot be sent.
   static std::optional<std::string> convertLocalTime(const std::optional<QPDate>& date);
 
  protected:
   /// The base parameters for the moment `now`.
-  static QPRequestParams baseParams(QPDate now);
+  static QPRequestParams baseParams(const QPDate& now);
 };
 
 }  // namespace brivane
