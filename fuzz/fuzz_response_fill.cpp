@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/auth/QPAccessTokenResponse.h"
-#include "brivane/api/core/QPFields.h"
 #include "brivane/api/settings/QPSettingsTypes.h"
 
 namespace {

@@ -96,7 +96,13 @@ Location locate(std::initializer_list<const void*> libraries) {
     look(environment, true);
   for (const void* address : libraries)
     if (auto directory = libraryDirectoryOf(address)) look(*directory, false);
-  if (auto directory = libraryDirectoryOf(&kAnchor)) look(*directory, false);
+  if (auto directory = libraryDirectoryOf(&kAnchor)) {
+    look(*directory, false);
+    // A program that carries the core itself (tests, benchmarks) lives in bin/ and finds the
+    // bundle in the libraries' directory beside it, when it is there.
+    std::filesystem::path libraries = (*directory / ".." / BRIVANE_LIBDIR).lexically_normal();
+    if (!location.found && bundleInside(libraries)) look(libraries, false);
+  }
   return location;
 }
 

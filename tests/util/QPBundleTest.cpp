@@ -77,7 +77,8 @@ TEST(QPBundle, HostChosenDirectoriesComeFirstAndMissingOnesAreReported) {
       {(root / "api").string(), std::nullopt, byApi, 1},  // a directory holding the bundle
       {std::nullopt, byEnvironment.string(), byEnvironment / "BrivaneSDK.bundle", 1},
       {(root / "nowhere").string(), byEnvironment.string(), byEnvironment / "BrivaneSDK.bundle", 2},
-      {(root / "nowhere").string(), std::nullopt, standard, 2},
+      // This program carries the core itself: its own directory, then the libraries' one.
+      {(root / "nowhere").string(), std::nullopt, standard, 3},
   };
   for (const Case& c : cases) {
     QPUtils::setBundleDirectory(c.api);

@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/core/QPApiProvider.h"
-#include "brivane/api/core/QPFields.h"
 #include "brivane/commands.h"
 #include "brivane/json_output.h"
 #include "brivane/operations.h"

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/operations.h"
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "brivane/QPExport.h"
 #include "brivane/form/QPPaymentFormTypes.h"
 #include "brivane/form/style/QPFormStyle.h"
 
@@ -15,7 +16,7 @@ namespace brivane {
 
 /// The part of a payment form's configuration that the checks and the rendering read.
 /// Plain value type; `QPPaymentForm` keeps one and hosts without a display can fill their own.
-struct QPFormConfiguration {
+struct BRIVANE_API QPFormConfiguration {
   std::int64_t mode = QPPaymentFormModeRegistration;
   std::int64_t providerMode = QPProviderModeTest;
   std::uint64_t paymentProvider = QPPaymentProviderPayon;
@@ -26,7 +27,7 @@ struct QPFormConfiguration {
 };
 
 /// What rendering produced: either a page with its base URL, or (PayU) a URL to load.
-struct QPRenderedForm {
+struct BRIVANE_API QPRenderedForm {
   /// True for PayU: `url` is the provider's page, `html` is empty.
   bool isPayU = false;
   /// The filled template.
@@ -41,7 +42,7 @@ struct QPRenderedForm {
 };
 
 /// The inputs of rendering that come from the user's session rather than the host.
-struct QPRenderEnvironment {
+struct BRIVANE_API QPRenderEnvironment {
   /// Two-letter language code (`QPUtils::getCurLocale`).
   std::string locale = "en";
   /// "ll_RR" (`QPUtils::getCurLocaleFull`).
@@ -62,7 +63,7 @@ struct QPRenderEnvironment {
 /// The configuration checks and the page rendering of the payment form, free of any display.
 /// Every function is a pure function of its arguments (plus the template file read by
 /// `render`) and may be called from any thread.
-class QPFormRenderer {
+class BRIVANE_API QPFormRenderer {
  public:
   /// The form version put into the pages, "7.6.0".
   static const std::string& formVersion();

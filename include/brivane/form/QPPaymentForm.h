@@ -11,6 +11,7 @@
 
 #include <boost/json/value.hpp>
 
+#include "brivane/QPExport.h"
 #include "brivane/form/QPFormRenderer.h"
 #include "brivane/form/QPPaymentFormTypes.h"
 #include "brivane/form/style/QPFormStyle.h"
@@ -30,7 +31,7 @@ class CustomWebView;
 /// Use: set `mode`, `providerMode`, `paymentProvider`, `redirectURL`, `apiURL`, the
 /// callbacks, then call `renderWithPaymentOptions`. A rejected configuration goes to
 /// `onCancel`, or throws `std::invalid_argument` when no `onCancel` is set.
-class QPPaymentForm : public Gtk::Box {
+class BRIVANE_API QPPaymentForm : public Gtk::Box {
  public:
   using FormLoadedCallback = std::function<void()>;
   /// (payment option code, authorization token, payload).

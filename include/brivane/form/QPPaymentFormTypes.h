@@ -7,6 +7,7 @@
 
 #include <boost/json/object.hpp>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPURLQueryItem.h"
 
 namespace brivane {
@@ -60,7 +61,7 @@ enum QPToolbarType : std::uint64_t {
 ///
 /// The defaults are the production values; tests and demos point them at a sandbox.
 /// Plain value type, safe to copy between threads.
-struct QPFormDeployment {
+struct BRIVANE_API QPFormDeployment {
   /// The card gateway's test widget base URL, ending in "/"; the page loads
   /// "paymentWidgets.js?checkoutId=TOKEN" from it.
   std::string gatewayWidgetBaseURLTest = "https://test.oppwa.com/v1/";
@@ -87,7 +88,7 @@ struct QPFormDeployment {
 };
 
 /// What the host sees of a before-submit request.
-class onBeforeSubmitArgInterface {
+class BRIVANE_API onBeforeSubmitArgInterface {
  public:
   virtual ~onBeforeSubmitArgInterface() = default;
   /// Keeps the page from submitting.
@@ -106,7 +107,7 @@ class onBeforeSubmitArgInterface {
 
 /// The argument of `QPPaymentForm::onBeforeSubmitCallbackWithArg`. Created by the form on
 /// the GTK main thread and handed to the host's callback there.
-class OnBeforeSubmitObj : public onBeforeSubmitArgInterface {
+class BRIVANE_API OnBeforeSubmitObj : public onBeforeSubmitArgInterface {
  public:
   void preventSubmit() override { isSubmitPrevented_ = true; }
   bool isSubmitPrevented() const override { return isSubmitPrevented_; }

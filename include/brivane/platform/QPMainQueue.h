@@ -3,13 +3,15 @@
 #include <chrono>
 #include <functional>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// The host's main queue: the GLib default main context.
 ///
 /// Every completion of an API operation runs here. Hosts with a GTK or GLib main loop need to
 /// do nothing; command-line hosts and tests drive it with `runUntil`.
-class QPMainQueue {
+class BRIVANE_API QPMainQueue {
  public:
   /// Runs `task` on the main context later, never before returning. Callable from any thread.
   static void post(std::function<void()> task);

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// A colour as the SDK sees it: a colour-space model and its components, alpha last.
@@ -10,7 +12,7 @@ namespace brivane {
 /// Two models exist: monochrome (one grey component and alpha) and RGB (red, green,
 /// blue and alpha). Components are not clamped; values outside 0..1 (extended ranges)
 /// are kept as given. Plain value type, safe to copy between threads.
-class QPColor {
+class BRIVANE_API QPColor {
  public:
   /// Colour-space model numbers; monochrome is model 0.
   enum class Model { Monochrome = 0, RGB = 1 };

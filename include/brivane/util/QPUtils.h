@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "brivane/QPExport.h"
 #include "brivane/util/QPColor.h"
 
 namespace brivane {
@@ -15,7 +16,7 @@ namespace brivane {
 /// All operations are thread-safe. The locale operations read the user's preferred
 /// languages from GLib (`g_get_language_names`, i.e. LANGUAGE, LC_ALL, LC_MESSAGES, LANG)
 /// and never change the process locale.
-class QPUtils {
+class BRIVANE_API QPUtils {
  public:
   /// The languages the SDK has texts for, in the order they are tested.
   static const std::vector<std::string>& supportedLanguages();

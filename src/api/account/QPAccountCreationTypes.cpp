@@ -1,16 +1,12 @@
 #include "brivane/api/account/QPAccountCreationTypes.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 using RequestFields = QPFieldList<QPRequestBase>;
 using ResponseFields = QPFieldList<QPResponseBase>;
 using ModelFields = QPFieldList<QPModel>;
-
-const QPFieldList<QPRequestBase>& QPAccnoTypeRequest::fieldList() const {
-  using L = RequestFields;
-  static const L list{L::named("accnoType", "accnoType", &QPAccnoTypeRequest::accnoType_)};
-  return list;
-}
 
 const QPFieldList<QPRequestBase>& QPAccountRequest::fieldList() const {
   using L = RequestFields;
@@ -110,7 +106,7 @@ const QPFieldList<QPResponseBase>& QPCreateAccountResponse::fieldList() const {
 
 const QPFieldList<QPRequestBase>& QPFindAccountRequest::fieldList() const {
   using L = RequestFields;
-  static const L list{L::named("userId", "userId", &QPFindAccountRequest::userId_)};
+  static const L list{L::field("userId", &QPFindAccountRequest::userId_)};
   return list;
 }
 
@@ -126,8 +122,8 @@ const QPFieldList<QPResponseBase>& QPGetAccountStateResponse::fieldList() const 
   static const L list{baseFieldList(),
                       {
                           L::field("statusCode", &R::statusCode),
-                          L::named("isUserLocked", "isUserLocked", &R::isUserLocked_),
-                          L::named("isUserActive", "isUserActive", &R::isUserActive_),
+                          L::field("isUserLocked", &R::isUserLocked_),
+                          L::field("isUserActive", &R::isUserActive_),
                       }};
   return list;
 }
@@ -138,7 +134,7 @@ const QPFieldList<QPModel>& QPAccountModel::fieldList() const {
   static const L list{
       L::field("programAccno", &R::programAccno),
       L::field("currencyCode", &R::currencyCode),
-      L::named("isDefaultFeeAccount", "isDefaultFeeAccount", &R::isDefaultFeeAccount_),
+      L::field("isDefaultFeeAccount", &R::isDefaultFeeAccount_),
   };
   return list;
 }

@@ -1,5 +1,7 @@
 #include "brivane/api/account/QPAccountInformationTypes.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 const QPFieldList<QPResponseBase>& QPGetAccountInformationResponse::fieldList() const {
@@ -49,12 +51,11 @@ const QPFieldList<QPResponseBase>& QPGetAccountInformationResponse::fieldList() 
           L::field("businessPostCode", &R::businessPostCode),
           L::field("businessCountryCode", &R::businessCountryCode),
           L::field("businessUrl", &R::businessUrl),
-          L::named("useDifferentCorrespondenceAddress", "useDifferentCorrespondenceAddress",
-                   &R::useDifferentCorrespondenceAddress_),
-          L::named("isEmailVerified", "isEmailVerified", &R::isEmailVerified_),
-          L::named("isMobilePhoneVerified", "isMobilePhoneVerified", &R::isMobilePhoneVerified_),
-          L::named("isMtanEnabled", "isMtanEnabled", &R::isMtanEnabled_),
-          L::named("isBusinessUser", "isBusinessUser", &R::isBusinessUser_),
+          L::field("useDifferentCorrespondenceAddress", &R::useDifferentCorrespondenceAddress_),
+          L::field("isEmailVerified", &R::isEmailVerified_),
+          L::field("isMobilePhoneVerified", &R::isMobilePhoneVerified_),
+          L::field("isMtanEnabled", &R::isMtanEnabled_),
+          L::field("isBusinessUser", &R::isBusinessUser_),
       }};
   return list;
 }
@@ -64,9 +65,9 @@ const QPFieldList<QPRequestBase>& QPAccountEnquiryRequest::fieldList() const {
   using R = QPAccountEnquiryRequest;
   static const L list{
       L::field("accnoType", &R::accnoType),
-      L::named("startDate", "startDate", &R::startDate, QPParamEncoding::LocalDate),
+      L::field("startDate", &R::startDate, QPParamEncoding::LocalDate),
       L::named("startDate", "startTime", &R::startDate, QPParamEncoding::LocalTime),
-      L::named("endDate", "endDate", &R::endDate, QPParamEncoding::LocalDate),
+      L::field("endDate", &R::endDate, QPParamEncoding::LocalDate),
       L::named("endDate", "endTime", &R::endDate, QPParamEncoding::LocalTime),
       L::field("top", &R::top),
       L::field("skip", &R::skip),

@@ -1,14 +1,16 @@
 #include "brivane/api/account/QPDeviceTypes.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 const QPFieldList<QPRequestBase>& QPRegisterAccountDeviceRequest::fieldList() const {
   using L = QPFieldList<QPRequestBase>;
   using R = QPRegisterAccountDeviceRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("deviceType", "deviceType", &R::deviceType_, QPParamEncoding::AsIs),
-      L::named("clientId", "clientId", &R::clientId_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("deviceType", &R::deviceType_, QPParamEncoding::AsIs),
+      L::field("clientId", &R::clientId_),
   };
   return list;
 }
@@ -17,9 +19,9 @@ const QPFieldList<QPRequestBase>& QPUnregisterAccountDeviceRequest::fieldList() 
   using L = QPFieldList<QPRequestBase>;
   using R = QPUnregisterAccountDeviceRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("deviceType", "deviceType", &R::deviceType_),
-      L::named("clientId", "clientId", &R::clientId_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("deviceType", &R::deviceType_),
+      L::field("clientId", &R::clientId_),
   };
   return list;
 }
@@ -28,8 +30,8 @@ const QPFieldList<QPRequestBase>& QPVerifyMobilePhoneRequest::fieldList() const 
   using L = QPFieldList<QPRequestBase>;
   using R = QPVerifyMobilePhoneRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("mtanCode", "mtanCode", &R::mtanCode_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("mtanCode", &R::mtanCode_),
   };
   return list;
 }
@@ -38,8 +40,8 @@ const QPFieldList<QPRequestBase>& QPCheckPaymentAccessCodeRequest::fieldList() c
   using L = QPFieldList<QPRequestBase>;
   using R = QPCheckPaymentAccessCodeRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("paymentAccessCode", "paymentAccessCode", &R::paymentAccessCode_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("paymentAccessCode", &R::paymentAccessCode_),
   };
   return list;
 }

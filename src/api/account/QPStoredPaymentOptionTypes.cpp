@@ -1,15 +1,17 @@
 #include "brivane/api/account/QPStoredPaymentOptionTypes.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 const QPFieldList<QPRequestBase>& QPInitAddStoredPaymentOptionRequest::fieldList() const {
   using L = QPFieldList<QPRequestBase>;
   using R = QPInitAddStoredPaymentOptionRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("paymentOptionCode", "paymentOptionCode", &R::paymentOptionCode_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("paymentOptionCode", &R::paymentOptionCode_),
       L::field("mandateReference", &R::mandateReference),
-      L::named("mandateSignedDate", "mandateSignedDate", &R::mandateSignedDate, QPParamEncoding::LocalDate),
+      L::field("mandateSignedDate", &R::mandateSignedDate, QPParamEncoding::LocalDate),
       L::named("mandateSignedDate", "mandateSignedTime", &R::mandateSignedDate, QPParamEncoding::LocalTime),
       L::field("useDifferentBillingAddress", &R::useDifferentBillingAddress),
       L::field("customerFullName", &R::customerFullName),
@@ -53,7 +55,7 @@ const QPFieldList<QPRequestBase>& QPCompleteAddStoredPaymentOptionRequest::field
       L::field("phone", &R::phone),
       L::field("emailAddress", &R::emailAddress),
       L::field("mandateReference", &R::mandateReference),
-      L::named("mandateSignedDate", "mandateSignedDate", &R::mandateSignedDate, QPParamEncoding::LocalDate),
+      L::field("mandateSignedDate", &R::mandateSignedDate, QPParamEncoding::LocalDate),
       L::named("mandateSignedDate", "mandateSignedTime", &R::mandateSignedDate, QPParamEncoding::LocalTime),
       L::field("criteria", &R::criteria, QPParamEncoding::Criteria),
   };
@@ -71,8 +73,8 @@ const QPFieldList<QPRequestBase>& QPCompleteVerifyStoredPaymentOptionRequest::fi
   using L = QPFieldList<QPRequestBase>;
   using R = QPCompleteVerifyStoredPaymentOptionRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("verificationCode", "verificationCode", &R::verificationCode_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("verificationCode", &R::verificationCode_),
   };
   return list;
 }
@@ -152,8 +154,8 @@ const QPFieldList<QPModel>& QPPaymentOptionModel::fieldList() const {
       L::field("mandate", &R::mandate),
       L::field("expiryMonth", &R::expiryMonth),
       L::field("expiryYear", &R::expiryYear),
-      L::named("isVerifiable", "isVerifiable", &R::isVerifiable_),
-      L::named("isDefault", "isDefault", &R::isDefault_),
+      L::field("isVerifiable", &R::isVerifiable_),
+      L::field("isDefault", &R::isDefault_),
   };
   return list;
 }

@@ -1,19 +1,17 @@
 #include "brivane/api/account/QPTransferTypes.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 const QPFieldList<QPRequestBase>& QPTransferAmountRequest::fieldList() const {
   using L = QPFieldList<QPRequestBase>;
   using R = QPTransferAmountRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("carrierNumber", "carrierNumber", &R::carrierNumber_),
-      L::named("transferAmount", "transferAmount", &R::transferAmount_),
-      L::named("transferCurrCode", "transferCurrCode", &R::transferCurrCode_),
-      L::named("transferUsage", "transferUsage", &R::transferUsage_),
-      L::named("feePayer", "feePayer", &R::feePayer_),
-      L::field("programAccno", &R::programAccno),
-      L::field("clientIpAddress", &R::clientIpAddress),
+      L::field("accnoType", &R::accnoType_),           L::field("carrierNumber", &R::carrierNumber_),
+      L::field("transferAmount", &R::transferAmount_), L::field("transferCurrCode", &R::transferCurrCode_),
+      L::field("transferUsage", &R::transferUsage_),   L::field("feePayer", &R::feePayer_),
+      L::field("programAccno", &R::programAccno),      L::field("clientIpAddress", &R::clientIpAddress),
   };
   return list;
 }
@@ -40,11 +38,11 @@ const QPFieldList<QPRequestBase>& QPCalculateFeesRequest::fieldList() const {
   using L = QPFieldList<QPRequestBase>;
   using R = QPCalculateFeesRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("paymentOptionCode", "paymentOptionCode", &R::paymentOptionCode_),
-      L::named("transactionTypeCode", "transactionTypeCode", &R::transactionTypeCode_),
-      L::named("amount", "amount", &R::amount_),
-      L::named("currCode", "currCode", &R::currCode_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("paymentOptionCode", &R::paymentOptionCode_),
+      L::field("transactionTypeCode", &R::transactionTypeCode_),
+      L::field("amount", &R::amount_),
+      L::field("currCode", &R::currCode_),
   };
   return list;
 }
@@ -60,8 +58,8 @@ const QPFieldList<QPModel>& QPFeeModel::fieldList() const {
       L::field("totalMaximumFee", &R::totalMaximumFee),
       L::field("totalMinimumFee", &R::totalMinimumFee),
       L::field("feeId", &R::feeId),
-      L::named("isWaived", "isWaived", &R::isWaived_),
-      L::named("feeUnitCode", "feeUnitCode", &R::feeUnitCode_),
+      L::field("isWaived", &R::isWaived_),
+      L::field("feeUnitCode", &R::feeUnitCode_),
   };
   return list;
 }
@@ -94,10 +92,10 @@ const QPFieldList<QPRequestBase>& QPCheckLimitsRequest::fieldList() const {
   using L = QPFieldList<QPRequestBase>;
   using R = QPCheckLimitsRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("transactionTypeCode", "transactionTypeCode", &R::transactionTypeCode_),
-      L::named("amount", "amount", &R::amount_),
-      L::named("currCode", "currCode", &R::currCode_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("transactionTypeCode", &R::transactionTypeCode_),
+      L::field("amount", &R::amount_),
+      L::field("currCode", &R::currCode_),
       L::field("paymentOptionCode", &R::paymentOptionCode),
       L::field("storedPaymentOptionReference", &R::storedPaymentOptionReference),
   };
@@ -115,9 +113,9 @@ const QPFieldList<QPModel>& QPLimitModel::fieldList() const {
       L::field("totalMaximumValue", &R::totalMaximumValue),
       L::field("totalMinimumValue", &R::totalMinimumValue),
       L::field("totalWarningValue", &R::totalWarningValue),
-      L::named("isError", "isError", &R::isError_),
-      L::named("limitUnitCode", "limitUnitCode", &R::limitUnitCode_),
-      L::named("limitPeriodCode", "limitPeriodCode", &R::limitPeriodCode_),
+      L::field("isError", &R::isError_),
+      L::field("limitUnitCode", &R::limitUnitCode_),
+      L::field("limitPeriodCode", &R::limitPeriodCode_),
   };
   return list;
 }
@@ -132,10 +130,10 @@ const QPFieldList<QPRequestBase>& QPGetTransferRecipientsRequest::fieldList() co
   using L = QPFieldList<QPRequestBase>;
   using R = QPGetTransferRecipientsRequest;
   static const L list{
-      L::named("accnoType", "accnoType", &R::accnoType_),
-      L::named("recipientId", "recipientId", &R::recipientId_),
-      L::named("top", "top", &R::top_),
-      L::named("skip", "skip", &R::skip_),
+      L::field("accnoType", &R::accnoType_),
+      L::field("recipientId", &R::recipientId_),
+      L::field("top", &R::top_),
+      L::field("skip", &R::skip_),
   };
   return list;
 }
@@ -147,7 +145,7 @@ const QPFieldList<QPModel>& QPRecipientModel::fieldList() const {
       L::field("accno", &R::accno),
       L::field("fullName", &R::fullName),
       L::field("emailAddress", &R::emailAddress),
-      L::named("frequency", "frequency", &R::frequency_),
+      L::field("frequency", &R::frequency_),
   };
   return list;
 }
@@ -161,8 +159,7 @@ const QPFieldList<QPResponseBase>& QPGetTransferRecipientsResponse::fieldList() 
 
 const QPFieldList<QPRequestBase>& QPVerifyTransferRecipientRequest::fieldList() const {
   using L = QPFieldList<QPRequestBase>;
-  static const L list{
-      L::named("carrierNumber", "carrierNumber", &QPVerifyTransferRecipientRequest::carrierNumber_)};
+  static const L list{L::field("carrierNumber", &QPVerifyTransferRecipientRequest::carrierNumber_)};
   return list;
 }
 

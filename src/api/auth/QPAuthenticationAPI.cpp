@@ -1,5 +1,8 @@
 #include "brivane/api/auth/QPAuthenticationAPI.h"
 
+#include "api/core/QPErrorMapping.h"
+#include "api/core/QPFields.h"
+
 namespace brivane {
 namespace {
 
@@ -10,8 +13,8 @@ std::optional<QPError> missing(
     std::initializer_list<std::pair<const char*, const std::optional<std::string>*>> args) {
   for (const auto& [name, value] : args) {
     if (!value->has_value())
-      return QPError(std::string(QPErrorDomainClient), QPClientErrorMissingArgument,
-                     std::string("The '") + name + "' argument must be set.");
+      return errors::client(QPClientErrorMissingArgument,
+                            std::string("The '") + name + "' argument must be set.");
   }
   return std::nullopt;
 }

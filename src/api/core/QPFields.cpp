@@ -1,4 +1,4 @@
-#include "brivane/api/core/QPFields.h"
+#include "api/core/QPFields.h"
 
 #include <charconv>
 #include <cmath>

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <limits>
 
-#include "brivane/api/core/QPError.h"
-
 namespace brivane {
 
 QPNumber QPNumber::boolean(bool value) {
@@ -50,10 +48,6 @@ std::string QPNumber::description() const {
 bool QPNumber::operator==(const QPNumber& other) const {
   if (kind_ == Kind::Real || other.kind_ == Kind::Real) return doubleValue() == other.doubleValue();
   return integer_ == other.integer_;
-}
-
-std::string QPError::toString() const {
-  return domain_ + " (" + std::to_string(code_) + "): " + description_.value_or("(no description)");
 }
 
 }  // namespace brivane

@@ -1,5 +1,7 @@
 #include "brivane/api/core/QPRequestBase.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 QPRequestParams QPRequestBase::baseParams(const QPDate& now) {

@@ -1,5 +1,7 @@
 #include "brivane/api/core/QPResponseBase.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 const QPFieldList<QPResponseBase>& QPResponseBase::baseFieldList() {

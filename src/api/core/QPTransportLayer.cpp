@@ -6,8 +6,9 @@
 #include <exception>
 #include <sstream>
 
+#include "api/core/QPErrorMapping.h"
+#include "api/core/QPFields.h"
 #include "api/core/QPJSONParse.h"
-#include "brivane/api/core/QPFields.h"
 #include "brivane/util/QPUtils.h"
 #include "platform/linux/QPNetworkEngine.h"
 
@@ -18,10 +19,6 @@ constexpr const char* kJSONContentType = "application/json";
 constexpr const char* kFormContentType = "application/x-www-form-urlencoded";
 // From this size on, an answer is parsed away from the main context (about a frame's time).
 constexpr std::size_t kLargeAnswerBytes = 256u << 10;
-
-QPError clientError(QPClientErrorCode code, std::string text) {
-  return QPError(std::string(QPErrorDomainClient), code, std::move(text));
-}
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
@@ -86,52 +83,6 @@ std::string lossyASCII(std::string_view text) {
   return result;
 }
 
-// The leading integer of a text, as the platform's integer reading does: blanks, a sign, digits;
-// 0 when there are none.
-std::int64_t leadingInteger(std::string_view text) {
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-  bool negative = false;
-  if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
-    negative = text.front() == '-';
-    text.remove_prefix(1);
-  }
-  std::int64_t value = 0;
-  auto [ptr, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (ec == std::errc::result_out_of_range) return negative ? INT64_MIN : INT64_MAX;
-  if (ec != std::errc()) return 0;
-  return negative ? -value : value;
-}
-
-std::int64_t integerOf(const boost::json::value& value) {
-  switch (value.kind()) {
-    case boost::json::kind::string:
-      return leadingInteger(value.get_string());
-    case boost::json::kind::int64:
-      return value.get_int64();
-    case boost::json::kind::uint64:
-      return value.get_uint64() > static_cast<std::uint64_t>(INT64_MAX)
-                 ? INT64_MAX
-                 : static_cast<std::int64_t>(value.get_uint64());
-    case boost::json::kind::double_:
-      return QPNumber::saturatedInteger(value.get_double());
-    case boost::json::kind::bool_:
-      return value.get_bool() ? 1 : 0;
-    default:
-      return 0;
-  }
-}
-
-std::string textOf(const boost::json::value& value) {
-  if (value.is_string()) return std::string(value.get_string());
-  return fields::jsonText(value);
-}
-
-std::optional<std::string> optionalTextOf(const boost::json::object& body, std::string_view key) {
-  const boost::json::value* value = body.if_contains(key);
-  if (value == nullptr || value->is_null()) return std::nullopt;
-  return textOf(*value);
-}
-
 // The first field of a raw form body whose key or value holds a separator ("&" or "="); the
 // key as messages may show it ("(a key)" when the key itself holds one).
 std::optional<std::string> unsendableFormKey(const std::optional<QPFormParams>& params) {
@@ -147,23 +98,6 @@ std::optional<std::string> unsendableFormKey(const std::optional<QPFormParams>& 
 // A CR or LF would end the header and start another of the sender's choosing; a NUL cuts it.
 bool fitsInHeader(std::string_view value) {
   return value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
-}
-
-QPError unsendableHeader(std::string_view what) {
-  return clientError(QPClientErrorUnsendableHeaderValue,
-                     "The " + std::string(what) +
-                         " holds a line break or NUL, which a header cannot carry; nothing was sent.");
-}
-
-// The URL without the user name and password written into it ("https://user:pw@host/x" gives
-// "https://host/x"): what errors may show.
-std::string withoutUserinfo(std::string_view url) {
-  std::size_t scheme = url.find("://");
-  std::size_t start = scheme == std::string_view::npos ? 0 : scheme + 3;
-  std::size_t end = url.find_first_of("/?#", start);
-  std::size_t at = url.substr(0, end).rfind('@');
-  if (at == std::string_view::npos || at < start) return std::string(url);
-  return std::string(url.substr(0, start)) + std::string(url.substr(at + 1));
 }
 
 std::string identifyingReference(const QPApiClientSettingsInterface& setting) {
@@ -198,7 +132,7 @@ std::optional<std::string> QPHTTPResponse::valueForHTTPHeaderField(std::string_v
 
 std::string QPHTTPResponse::description() const {
   std::ostringstream out;
-  out << "<QPHTTPResponse> { URL: " << withoutUserinfo(url) << " } { Status Code: " << statusCode
+  out << "<QPHTTPResponse> { URL: " << errors::withoutUserinfo(url) << " } { Status Code: " << statusCode
       << ", Headers {";
   for (std::size_t i = 0; i < headerFields.size(); ++i) {
     const auto& [field, value] = headerFields[i];
@@ -239,9 +173,9 @@ void QPTransportLayer::loadRequestWithURLComponents(QPURLComponents components, 
   Outgoing outgoing;
   try {
     if (!setting_ || !setting_->urlStr()) {
-      outgoing.early = clientError(QPClientErrorMissingSetting, "The base URL ('url') is not set.");
+      outgoing.early = errors::client(QPClientErrorMissingSetting, "The base URL ('url') is not set.");
     } else if (!setting_->programCode()) {
-      outgoing.early = clientError(QPClientErrorMissingSetting, "The 'programCode' setting must be set.");
+      outgoing.early = errors::client(QPClientErrorMissingSetting, "The 'programCode' setting must be set.");
     } else {
       boost::json::object identifying;
       identifying["partnerReference"] = identifyingReference(*setting_);
@@ -255,7 +189,7 @@ void QPTransportLayer::loadRequestWithURLComponents(QPURLComponents components, 
       request.method = std::move(method);
       if (accessTokenProvider_) {
         if (std::optional<std::string> token = accessTokenProvider_->getAccessToken()) {
-          if (!fitsInHeader(*token)) outgoing.early = unsendableHeader("access token");
+          if (!fitsInHeader(*token)) outgoing.early = errors::unsendableHeader("access token");
           request.headers.push_back("Authorization: Bearer " + *token);
         }
       }
@@ -263,8 +197,8 @@ void QPTransportLayer::loadRequestWithURLComponents(QPURLComponents components, 
       request.headers.push_back(std::string("Content-Type: ") + kJSONContentType);
       if (params) {
         if (const boost::json::value* ip = params->if_contains("X-Ip-Address")) {
-          std::string address = textOf(*ip);
-          if (!fitsInHeader(address)) outgoing.early = unsendableHeader("'X-Ip-Address' value");
+          std::string address = errors::textOf(*ip);
+          if (!fitsInHeader(address)) outgoing.early = errors::unsendableHeader("'X-Ip-Address' value");
           request.headers.push_back("X-Ip-Address: " + address);
         }
       }
@@ -276,8 +210,8 @@ void QPTransportLayer::loadRequestWithURLComponents(QPURLComponents components, 
       }
     }
   } catch (const std::exception& e) {
-    outgoing.early =
-        clientError(QPClientErrorMissingArgument, std::string("The request could not be built: ") + e.what());
+    outgoing.early = errors::client(QPClientErrorMissingArgument,
+                                    std::string("The request could not be built: ") + e.what());
   }
   start(std::move(outgoing), std::move(completion));
 }
@@ -287,21 +221,21 @@ void QPTransportLayer::loadRequestWithFormURLComponents(QPURLComponents componen
                                                         Completion completion) {
   Outgoing outgoing;
   if (!setting_ || !setting_->urlStr()) {
-    outgoing.early = clientError(QPClientErrorMissingSetting, "The base URL ('url') is not set.");
+    outgoing.early = errors::client(QPClientErrorMissingSetting, "The base URL ('url') is not set.");
   } else if (std::optional<std::string> key = unsendableFormKey(params)) {
     // A value holding "&" or "=" would split into other fields on the server (a user name
     // "bob&grant_type=x" adds a grant type): refused, and the value is not repeated.
     outgoing.early =
-        clientError(QPClientErrorUnsendableFormValue,
-                    "The form field '" + *key +
-                        "' holds '&' or '=', which the form body cannot carry; nothing was sent.");
+        errors::client(QPClientErrorUnsendableFormValue,
+                       "The form field '" + *key +
+                           "' holds '&' or '=', which the form body cannot carry; nothing was sent.");
   } else {
     platform::NetworkRequest& request = outgoing.request;
     request.url = composeURL(components);
     request.method = "POST";
     if (accessTokenProvider_) {
       if (std::optional<std::string> token = accessTokenProvider_->getAccessToken()) {
-        if (!fitsInHeader(*token)) outgoing.early = unsendableHeader("access token");
+        if (!fitsInHeader(*token)) outgoing.early = errors::unsendableHeader("access token");
         request.headers.push_back("Authorization: Bearer " + *token);
       }
     }
@@ -330,14 +264,11 @@ void QPTransportLayer::start(Outgoing outgoing, Completion completion) {
   outgoing.request.maximumResponseSize = maximumResponseSize_;
   std::weak_ptr<QPTransportLayer> weakSelf = weak_from_this();
   auto read = [weakSelf, completion = std::move(completion)](platform::NetworkResult result) {
-    std::optional<QPError> error;
-    if (auto self = weakSelf.lock()) {
-      error =
-          self->errorFromResponse(result.response ? &*result.response : nullptr, result.error, &result.body);
-    } else {
-      // Released meanwhile: the status is not judged, but a networking failure is still one.
-      error = result.error;
-    }
+    std::optional<QPError> error = errors::fromNetwork(result);
+    std::optional<QPHTTPResponse> response = errors::responseOf(result);
+    // Released meanwhile: the status is not judged, but a networking failure is still one.
+    if (auto self = weakSelf.lock())
+      error = self->errorFromResponse(response ? &*response : nullptr, error, &result.body);
     std::optional<boost::json::value> json;
     if (!error) json = parseJSON(result.body, &error);
     if (completion) completion(std::move(json), std::move(error));
@@ -352,52 +283,14 @@ void QPTransportLayer::start(Outgoing outgoing, Completion completion) {
 }
 
 std::string QPTransportLayer::defaultMessageFromResponse(const QPHTTPResponse& response) const {
-  return "An API returned status code " + std::to_string(response.statusCode) + " - " +
-         response.description();
+  return errors::defaultMessage(response);
 }
 
 std::optional<QPError> QPTransportLayer::errorFromResponse(const QPHTTPResponse* response,
                                                            const std::optional<QPError>& error,
                                                            const std::string* data) const {
   if (response == nullptr) return error;
-  const long status = response->statusCode;
-  if (status >= 200 && status <= 299) return error;
-
-  boost::json::object body;
-  std::optional<std::string> contentType = response->valueForHTTPHeaderField("Content-Type");
-  if (contentType && contentType->find("application/json") != std::string::npos && data != nullptr) {
-    if (auto parsed = parseJSON(*data, nullptr); parsed && parsed->is_object()) body = parsed->get_object();
-  }
-
-  const std::string domain = withoutUserinfo(response->url);
-  auto fromResponseCode = [&]() {
-    return QPError(domain, integerOf(body.at("responseCode")), optionalTextOf(body, "responseDescription"));
-  };
-
-  if (status == 400 || status == 401 || status == 403) {
-    if (const boost::json::value* errorValue = body.if_contains("error")) {
-      if (errorValue->is_string() && errorValue->get_string() == "invalid_grant") {
-        std::string code = "proxy_0270";
-        std::string message = "Invalid token.";
-        const boost::json::value* described = body.if_contains("error_description");
-        if (described != nullptr && described->is_string()) {
-          std::string_view text = described->get_string();
-          std::size_t blank = text.find(' ');
-          // "RC<code> <message>"; a text without a blank keeps the generic pair.
-          if (text.starts_with("RC") && blank != std::string_view::npos) {
-            code = std::string(text.substr(2, blank - 2));
-            message = std::string(text.substr(blank + 1));
-          }
-        }
-        return QPError(domain, leadingInteger(code), message);
-      }
-      return QPError(domain, status, textOf(*errorValue));
-    }
-    if (body.contains("responseCode")) return fromResponseCode();
-    return error;
-  }
-  if (status == 503) return QPError(domain, 503, defaultMessageFromResponse(*response));
-  if (body.contains("responseCode")) return fromResponseCode();
+  if (std::optional<QPError> answered = errors::fromResponse(*response, data)) return answered;
   return error;
 }
 

@@ -1,5 +1,7 @@
 #include "brivane/api/payment/QPAuthorizationTypes.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 const QPFieldList<QPRequestBase>& QPAuthorizeRequest::fieldList() const {
@@ -74,7 +76,7 @@ const QPFieldList<QPRequestBase>& QPInitAuthorizeRequest::fieldList() const {
       L::field("externalChannelReference", &R::externalChannelReference),
       L::field("mandateReference", &R::mandateReference),
       L::field("emailAddress", &R::emailAddress),
-      L::named("mandateSignedDate", "mandateSignedDate", &R::mandateSignedDate, QPParamEncoding::LocalDate),
+      L::field("mandateSignedDate", &R::mandateSignedDate, QPParamEncoding::LocalDate),
       L::named("mandateSignedDate", "mandateSignedTime", &R::mandateSignedDate, QPParamEncoding::LocalTime),
       L::field("criteria", &R::criteria, QPParamEncoding::Criteria),
   };

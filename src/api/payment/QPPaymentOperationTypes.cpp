@@ -1,5 +1,7 @@
 #include "brivane/api/payment/QPPaymentOperationTypes.h"
 
+#include "api/core/QPFields.h"
+
 namespace brivane {
 
 const QPFieldList<QPRequestBase>& QPCaptureRequest::fieldList() const {

@@ -29,7 +29,7 @@ struct Transfer {
   std::function<void(NetworkResult)> done;
   CURL* easy = nullptr;
   curl_slist* headers = nullptr;
-  QPHTTPResponse response;
+  std::vector<std::pair<std::string, std::string>> headerFields;  // of the latest answer
   std::string body;
   bool tooLarge = false;
   int redirects = 0;
@@ -52,10 +52,10 @@ size_t onHeader(char* data, size_t size, size_t count, void* user) {
   auto* transfer = static_cast<Transfer*>(user);
   std::string_view line(data, size * count);
   if (line.starts_with("HTTP/")) {
-    transfer->response.headerFields.clear();  // a new response (after a redirect or 100 Continue)
+    transfer->headerFields.clear();  // a new response (after a redirect or 100 Continue)
   } else if (auto colon = line.find(':'); colon != std::string_view::npos) {
-    transfer->response.headerFields.emplace_back(std::string(trim(line.substr(0, colon))),
-                                                 std::string(trim(line.substr(colon + 1))));
+    transfer->headerFields.emplace_back(std::string(trim(line.substr(0, colon))),
+                                        std::string(trim(line.substr(colon + 1))));
   }
   return size * count;
 }
@@ -381,7 +381,7 @@ class CurlEngine final : public NetworkEngine {
     transfer.headers = nullptr;
     curl_easy_cleanup(transfer.easy);
     transfer.easy = nullptr;
-    transfer.response = QPHTTPResponse();
+    transfer.headerFields.clear();
     transfer.body.clear();
     transfer.errorText[0] = '\0';
     return true;
@@ -390,29 +390,25 @@ class CurlEngine final : public NetworkEngine {
   static void complete(std::unique_ptr<Transfer> transfer, CURLcode code) {
     NetworkResult result;
     if (transfer->refusedOrigin) {
-      result.error = QPError(std::string(QPErrorDomainClient), QPClientErrorRedirectRefused,
-                             "The server redirected the call to another origin (" + *transfer->refusedOrigin +
-                                 "); it was not followed.");
+      result.stop = NetworkResult::Stop::RedirectToOtherOrigin;
+      result.detail = *transfer->refusedOrigin;
     } else if (transfer->redirects > kMaximumRedirects) {
-      result.error = QPError(
-          std::string(QPErrorDomainNetwork), CURLE_TOO_MANY_REDIRECTS,
-          "The server redirected the call more than " + std::to_string(kMaximumRedirects) + " times.");
+      result.stop = NetworkResult::Stop::TooManyRedirects;
+      result.code = CURLE_TOO_MANY_REDIRECTS;
+      result.detail = std::to_string(kMaximumRedirects);
     } else if (transfer->tooLarge) {
-      result.error = QPError(std::string(QPErrorDomainClient), QPClientErrorBodyTooLarge,
-                             "The answer's body is larger than " +
-                                 std::to_string(transfer->request.maximumResponseSize) + " bytes.");
+      result.stop = NetworkResult::Stop::BodyTooLarge;
+      result.detail = std::to_string(transfer->request.maximumResponseSize);
     } else if (code != CURLE_OK) {
-      std::string text = transfer->errorText[0] != '\0' ? transfer->errorText : curl_easy_strerror(code);
-      result.error =
-          QPError(std::string(QPErrorDomainNetwork), static_cast<std::int64_t>(code), std::move(text));
+      result.code = static_cast<int>(code);
+      result.errorText = transfer->errorText[0] != '\0' ? transfer->errorText : curl_easy_strerror(code);
     } else {
-      long status = 0;
       char* url = nullptr;
-      curl_easy_getinfo(transfer->easy, CURLINFO_RESPONSE_CODE, &status);
+      curl_easy_getinfo(transfer->easy, CURLINFO_RESPONSE_CODE, &result.status);
       curl_easy_getinfo(transfer->easy, CURLINFO_EFFECTIVE_URL, &url);
-      transfer->response.statusCode = status;
-      transfer->response.url = url != nullptr ? url : transfer->request.url;
-      result.response = std::move(transfer->response);
+      result.answered = true;
+      result.url = url != nullptr ? url : transfer->request.url;
+      result.headerFields = std::move(transfer->headerFields);
       result.body = std::move(transfer->body);
     }
     auto done = std::move(transfer->done);

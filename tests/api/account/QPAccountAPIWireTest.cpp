@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/account/QPAccountAPI.h"
 #include "support/TestSupport.h"
 

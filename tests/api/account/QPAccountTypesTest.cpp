@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/account/QPAccountAPI.h"
 
 namespace brivane {

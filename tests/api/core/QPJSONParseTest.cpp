@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "api/core/QPFields.h"
 #include "api/core/QPJSONParse.h"
 #include "brivane/api/account/QPAccountCreationTypes.h"
 #include "brivane/api/account/QPAccountInformationTypes.h"

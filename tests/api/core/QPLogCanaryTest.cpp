@@ -7,8 +7,8 @@
 #include <mutex>
 #include <vector>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/auth/QPAuthenticationAPI.h"
-#include "brivane/api/core/QPFields.h"
 #include "brivane/api/settings/QPSettingsAPI.h"
 #include "support/TestSupport.h"
 

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <limits>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/auth/QPAccessTokenResponse.h"
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/api/settings/QPSettingsTypes.h"

@@ -8,6 +8,7 @@
 
 #include <boost/json.hpp>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/auth/QPAuthenticationAPI.h"
 #include "brivane/api/user/QPUserAPI.h"
 #include "support/TestSupport.h"

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/account/QPAccountCreationTypes.h"
 #include "brivane/api/account/QPAccountInformationTypes.h"
 #include "brivane/api/account/QPDeviceTypes.h"
@@ -23,7 +24,7 @@ namespace brivane {
 /// sent; an empty identifier is sent as an empty path segment.
 /// Thread rules: callable from any thread; the request is read before the call returns; the
 /// completion runs once, asynchronously, on the main queue.
-class QPAccountAPI : public QPBaseAPI {
+class BRIVANE_API QPAccountAPI : public QPBaseAPI {
  public:
   using QPBaseAPI::QPBaseAPI;
 

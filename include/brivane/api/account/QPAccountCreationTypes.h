@@ -10,32 +10,20 @@
 
 #include <boost/json.hpp>
 
+#include "brivane/QPExport.h"
+#include "brivane/api/account/QPAccnoTypeRequest.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
 
 namespace brivane {
 
-/// A request whose only field is the account-number type ("accnoType"), given to the
-/// constructor. The account requests that carry nothing else derive from it.
-class QPAccnoTypeRequest : public QPRequestBase {
- public:
-  QPAccnoTypeRequest() = default;
-  explicit QPAccnoTypeRequest(std::optional<std::string> accnoType) : accnoType_(std::move(accnoType)) {}
-  const QPFieldList<QPRequestBase>& fieldList() const override;
-
-  const std::optional<std::string>& accnoType() const { return accnoType_; }
-
- private:
-  std::optional<std::string> accnoType_;
-};
-
 /// The holder's personal, correspondence and business data common to creation and update.
 ///
 /// Every set field is sent; the correspondence fields are sent whatever
 /// `useDifferentCorrespondenceAddress` says (the flag is only reported). `dob` travels as a
 /// date ("yyyy-MM-dd") without a time key. Thread rules: as `QPRequestBase`.
-class QPAccountRequest : public QPRequestBase {
+class BRIVANE_API QPAccountRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -71,7 +59,7 @@ class QPAccountRequest : public QPRequestBase {
 
 /// Opens an account (PUT "/account"). The password travels as it is in the JSON body; `isPep`
 /// and `isBusinessUser` are always sent.
-class QPCreateAccountRequest : public QPAccountRequest {
+class BRIVANE_API QPCreateAccountRequest : public QPAccountRequest {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -97,7 +85,7 @@ class QPCreateAccountRequest : public QPAccountRequest {
 
 /// Changes the holder's data of one account. `notifyUser` is sent under the key
 /// "isBusinessUser" (there is no "notifyUser" key on the wire), always as "true"/"false".
-class QPUpdateAccountInformationRequest : public QPAccountRequest {
+class BRIVANE_API QPUpdateAccountInformationRequest : public QPAccountRequest {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -109,7 +97,7 @@ class QPUpdateAccountInformationRequest : public QPAccountRequest {
 
 /// The answer of account creation and of the update. `validFrom`/`validUntil` hold the JSON
 /// value as received.
-class QPCreateAccountResponse : public QPResponseBase {
+class BRIVANE_API QPCreateAccountResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -125,7 +113,7 @@ class QPCreateAccountResponse : public QPResponseBase {
 };
 
 /// Finds the account of a user (GET, "userId" as a query item).
-class QPFindAccountRequest : public QPRequestBase {
+class BRIVANE_API QPFindAccountRequest : public QPRequestBase {
  public:
   QPFindAccountRequest() = default;
   explicit QPFindAccountRequest(std::optional<std::string> userId) : userId_(std::move(userId)) {}
@@ -138,7 +126,7 @@ class QPFindAccountRequest : public QPRequestBase {
 };
 
 /// The account found for a user.
-class QPFindAccountResponse : public QPResponseBase {
+class BRIVANE_API QPFindAccountResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -146,13 +134,13 @@ class QPFindAccountResponse : public QPResponseBase {
 };
 
 /// Asks for an account's state (GET, "accnoType").
-class QPGetAccountStateRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPGetAccountStateRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
 };
 
 /// An account's state and whether its user is locked or active (nil when not answered).
-class QPGetAccountStateResponse : public QPResponseBase {
+class BRIVANE_API QPGetAccountStateResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -174,7 +162,7 @@ class QPGetAccountStateResponse : public QPResponseBase {
 class QPGetProgramAccountsRequest : public QPRequestBase {};
 
 /// One account of the program.
-class QPAccountModel : public QPModel {
+class BRIVANE_API QPAccountModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPAccountModel"; }
@@ -191,7 +179,7 @@ class QPAccountModel : public QPModel {
 };
 
 /// The program's accounts. An empty "accounts" list gives an empty list; no key gives nil.
-class QPGetProgramAccountsResponse : public QPResponseBase {
+class BRIVANE_API QPGetProgramAccountsResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 

@@ -11,6 +11,7 @@
 
 #include <boost/json.hpp>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/account/QPAccountCreationTypes.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
@@ -19,14 +20,14 @@
 namespace brivane {
 
 /// Asks for the holder and status data of an account ("accnoType").
-class QPGetAccountInformationRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPGetAccountInformationRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
 };
 
 /// The holder and status data of an account. Date fields hold the JSON value as received; the
 /// five flags are nil when not answered (distinct from false).
-class QPGetAccountInformationResponse : public QPResponseBase {
+class BRIVANE_API QPGetAccountInformationResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -105,7 +106,7 @@ class QPGetAccountInformationResponse : public QPResponseBase {
 /// Asks for an account's booked entries. A set start or end date travels as two query items,
 /// date and time ("startDate"/"startTime", "endDate"/"endTime"); `top` and `skip` are always
 /// sent (0 by default).
-class QPAccountEnquiryRequest : public QPRequestBase {
+class BRIVANE_API QPAccountEnquiryRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -118,7 +119,7 @@ class QPAccountEnquiryRequest : public QPRequestBase {
 };
 
 /// One booked entry of a statement.
-class QPEntryModel : public QPModel {
+class BRIVANE_API QPEntryModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPEntryModel"; }
@@ -141,7 +142,7 @@ class QPEntryModel : public QPModel {
 };
 
 /// A page of booked entries and the count the server reports (taken as sent).
-class QPAccountEnquiryResponse : public QPResponseBase {
+class BRIVANE_API QPAccountEnquiryResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -150,13 +151,13 @@ class QPAccountEnquiryResponse : public QPResponseBase {
 };
 
 /// Asks for an account's balances ("accnoType").
-class QPBalanceEnquiryRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPBalanceEnquiryRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
 };
 
 /// An account's balances: pending, available, booked and blocked amount.
-class QPBalanceEnquiryResponse : public QPResponseBase {
+class BRIVANE_API QPBalanceEnquiryResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/account/QPAccountCreationTypes.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
@@ -13,7 +14,7 @@
 namespace brivane {
 
 /// A device of the account holder, by type and client identifier.
-class QPAccountDeviceRequest : public QPRequestBase {
+class BRIVANE_API QPAccountDeviceRequest : public QPRequestBase {
  public:
   QPAccountDeviceRequest() = default;
   QPAccountDeviceRequest(std::optional<std::string> accnoType, std::optional<QPNumber> deviceType,
@@ -31,27 +32,27 @@ class QPAccountDeviceRequest : public QPRequestBase {
 };
 
 /// Registers a device; "deviceType" travels as the JSON number it is ("deviceType": 1).
-class QPRegisterAccountDeviceRequest : public QPAccountDeviceRequest {
+class BRIVANE_API QPRegisterAccountDeviceRequest : public QPAccountDeviceRequest {
  public:
   using QPAccountDeviceRequest::QPAccountDeviceRequest;
   const QPFieldList<QPRequestBase>& fieldList() const override;
 };
 
 /// Unregisters a device; "deviceType" travels as text ("deviceType": "1").
-class QPUnregisterAccountDeviceRequest : public QPAccountDeviceRequest {
+class BRIVANE_API QPUnregisterAccountDeviceRequest : public QPAccountDeviceRequest {
  public:
   using QPAccountDeviceRequest::QPAccountDeviceRequest;
   const QPFieldList<QPRequestBase>& fieldList() const override;
 };
 
 /// Asks the platform to text an mTAN to the holder's mobile phone.
-class QPRequestMtanRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPRequestMtanRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
 };
 
 /// Confirms the holder's mobile phone with the mTAN received (sent under "mtanCode").
-class QPVerifyMobilePhoneRequest : public QPRequestBase {
+class BRIVANE_API QPVerifyMobilePhoneRequest : public QPRequestBase {
  public:
   QPVerifyMobilePhoneRequest() = default;
   QPVerifyMobilePhoneRequest(std::optional<std::string> accnoType, std::optional<std::string> mtanCode)
@@ -67,7 +68,7 @@ class QPVerifyMobilePhoneRequest : public QPRequestBase {
 };
 
 /// Checks the holder's payment access code.
-class QPCheckPaymentAccessCodeRequest : public QPRequestBase {
+class BRIVANE_API QPCheckPaymentAccessCodeRequest : public QPRequestBase {
  public:
   QPCheckPaymentAccessCodeRequest() = default;
   QPCheckPaymentAccessCodeRequest(std::optional<std::string> accnoType,

@@ -10,6 +10,7 @@
 
 #include <boost/json.hpp>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/account/QPAccountCreationTypes.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
@@ -20,7 +21,7 @@ namespace brivane {
 /// Announces a payment option to store; the answer's authorization token renders the payment
 /// form. A set `mandateSignedDate` travels as "mandateSignedDate" and "mandateSignedTime";
 /// `criteria` as a list of {"name", "value"} objects (left out when it cannot be serialised).
-class QPInitAddStoredPaymentOptionRequest : public QPRequestBase {
+class BRIVANE_API QPInitAddStoredPaymentOptionRequest : public QPRequestBase {
  public:
   QPInitAddStoredPaymentOptionRequest() = default;
   QPInitAddStoredPaymentOptionRequest(std::optional<std::string> accnoType,
@@ -57,7 +58,7 @@ class QPInitAddStoredPaymentOptionRequest : public QPRequestBase {
 
 /// Delivers the announced option's data with its authorization token (PUT). `expiryMonth` and
 /// `expiryYear` are left out when 0 (not given).
-class QPCompleteAddStoredPaymentOptionRequest : public QPRequestBase {
+class BRIVANE_API QPCompleteAddStoredPaymentOptionRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -84,7 +85,7 @@ class QPCompleteAddStoredPaymentOptionRequest : public QPRequestBase {
 };
 
 /// Starts the verification of a stored option ("accnoType", "programAccno").
-class QPInitVerifyStoredPaymentOptionRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPInitVerifyStoredPaymentOptionRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
   const QPFieldList<QPRequestBase>& fieldList() const override;
@@ -93,7 +94,7 @@ class QPInitVerifyStoredPaymentOptionRequest : public QPAccnoTypeRequest {
 };
 
 /// Completes the verification with the code the holder received ("verificationCode").
-class QPCompleteVerifyStoredPaymentOptionRequest : public QPRequestBase {
+class BRIVANE_API QPCompleteVerifyStoredPaymentOptionRequest : public QPRequestBase {
  public:
   QPCompleteVerifyStoredPaymentOptionRequest() = default;
   QPCompleteVerifyStoredPaymentOptionRequest(std::optional<std::string> accnoType,
@@ -110,31 +111,31 @@ class QPCompleteVerifyStoredPaymentOptionRequest : public QPRequestBase {
 };
 
 /// Removes a stored option; "accnoType" travels in the body of the DELETE.
-class QPDeleteStoredPaymentOptionRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPDeleteStoredPaymentOptionRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
 };
 
 /// Makes a stored option the account's default.
-class QPSetDefaultStoredPaymentOptionRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPSetDefaultStoredPaymentOptionRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
 };
 
 /// Lists the account's stored options (GET).
-class QPGetStoredPaymentOptionsRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPGetStoredPaymentOptionsRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
 };
 
 /// Fetches the mandate document of a direct-debit option (GET).
-class QPGetSepaMandateRequest : public QPAccnoTypeRequest {
+class BRIVANE_API QPGetSepaMandateRequest : public QPAccnoTypeRequest {
  public:
   using QPAccnoTypeRequest::QPAccnoTypeRequest;
 };
 
 /// The token that renders the payment form for the option being added.
-class QPInitAddStoredPaymentOptionResponse : public QPResponseBase {
+class BRIVANE_API QPInitAddStoredPaymentOptionResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -143,7 +144,7 @@ class QPInitAddStoredPaymentOptionResponse : public QPResponseBase {
 };
 
 /// The reference of the option just stored.
-class QPCompleteAddStoredPaymentOptionResponse : public QPResponseBase {
+class BRIVANE_API QPCompleteAddStoredPaymentOptionResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -152,7 +153,7 @@ class QPCompleteAddStoredPaymentOptionResponse : public QPResponseBase {
 };
 
 /// A postal address (also the billing address of payments).
-class QPAddressModel : public QPModel {
+class BRIVANE_API QPAddressModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPAddressModel"; }
@@ -168,7 +169,7 @@ class QPAddressModel : public QPModel {
 };
 
 /// A SEPA direct-debit mandate; `mandateSignedDate` holds the JSON value as received.
-class QPMandateModel : public QPModel {
+class BRIVANE_API QPMandateModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPMandateModel"; }
@@ -189,7 +190,7 @@ class QPMandateModel : public QPModel {
 /// One stored payment option. `reference` is what the option's operations take as
 /// `storedPaymentOptionReference`. "billingAddress" and "mandate" always give a model, even for
 /// a JSON null (an empty model, one log line).
-class QPPaymentOptionModel : public QPModel {
+class BRIVANE_API QPPaymentOptionModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPPaymentOptionModel"; }
@@ -222,7 +223,7 @@ class QPPaymentOptionModel : public QPModel {
 };
 
 /// The account's stored options. An empty list gives an empty list; no key gives nil.
-class QPGetStoredPaymentOptionsResponse : public QPResponseBase {
+class BRIVANE_API QPGetStoredPaymentOptionsResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -230,7 +231,7 @@ class QPGetStoredPaymentOptionsResponse : public QPResponseBase {
 };
 
 /// The mandate document as the server encodes it (base64 PDF), passed on untouched.
-class QPGetSepaMandateResponse : public QPResponseBase {
+class BRIVANE_API QPGetSepaMandateResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
@@ -17,7 +18,7 @@ namespace brivane {
 /// Transfers an amount to a recipient (by account number or e-mail, `carrierNumber`). The
 /// request key is "transferAmount"; the answer's field is spelt `tansferAmount`. The client IP
 /// address is never filled in automatically.
-class QPTransferAmountRequest : public QPRequestBase {
+class BRIVANE_API QPTransferAmountRequest : public QPRequestBase {
  public:
   QPTransferAmountRequest() = default;
   QPTransferAmountRequest(std::optional<std::string> accnoType, std::optional<std::string> carrierNumber,
@@ -51,7 +52,7 @@ class QPTransferAmountRequest : public QPRequestBase {
 };
 
 /// The booked transfer. A "transferAmount" key in the answer is unknown and dropped.
-class QPTransferAmountResponse : public QPResponseBase {
+class BRIVANE_API QPTransferAmountResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -67,7 +68,7 @@ class QPTransferAmountResponse : public QPResponseBase {
 };
 
 /// Asks what a transaction would cost (GET).
-class QPCalculateFeesRequest : public QPRequestBase {
+class BRIVANE_API QPCalculateFeesRequest : public QPRequestBase {
  public:
   QPCalculateFeesRequest() = default;
   QPCalculateFeesRequest(std::optional<std::string> accnoType, std::optional<std::string> paymentOptionCode,
@@ -95,7 +96,7 @@ class QPCalculateFeesRequest : public QPRequestBase {
 };
 
 /// One fee of a transaction.
-class QPFeeModel : public QPModel {
+class BRIVANE_API QPFeeModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPFeeModel"; }
@@ -120,7 +121,7 @@ class QPFeeModel : public QPModel {
 };
 
 /// The fee of a currency conversion.
-class QPCurrencyConversionFeeModel : public QPModel {
+class BRIVANE_API QPCurrencyConversionFeeModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPCurrencyConversionFeeModel"; }
@@ -134,7 +135,7 @@ class QPCurrencyConversionFeeModel : public QPModel {
 
 /// The fees of a transaction and, for another currency, the conversion fee ("currencyConversionFee"
 /// always gives a model when present, even for a JSON null).
-class QPCalculateFeesResponse : public QPResponseBase {
+class BRIVANE_API QPCalculateFeesResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -143,7 +144,7 @@ class QPCalculateFeesResponse : public QPResponseBase {
 };
 
 /// Asks whether a transaction stays within the account's limits (GET).
-class QPCheckLimitsRequest : public QPRequestBase {
+class BRIVANE_API QPCheckLimitsRequest : public QPRequestBase {
  public:
   QPCheckLimitsRequest() = default;
   QPCheckLimitsRequest(std::optional<std::string> accnoType, std::optional<std::string> transactionTypeCode,
@@ -170,7 +171,7 @@ class QPCheckLimitsRequest : public QPRequestBase {
 };
 
 /// One limit and whether the transaction exceeds it (`isError`).
-class QPLimitModel : public QPModel {
+class BRIVANE_API QPLimitModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPLimitModel"; }
@@ -198,7 +199,7 @@ class QPLimitModel : public QPModel {
 };
 
 /// The limits that apply to the transaction.
-class QPCheckLimitsResponse : public QPResponseBase {
+class BRIVANE_API QPCheckLimitsResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -206,7 +207,7 @@ class QPCheckLimitsResponse : public QPResponseBase {
 };
 
 /// Lists recent transfer recipients (GET). `top` and `skip` are sent only when given.
-class QPGetTransferRecipientsRequest : public QPRequestBase {
+class BRIVANE_API QPGetTransferRecipientsRequest : public QPRequestBase {
  public:
   QPGetTransferRecipientsRequest() = default;
   QPGetTransferRecipientsRequest(std::optional<std::string> accnoType, std::optional<std::string> recipientId,
@@ -227,7 +228,7 @@ class QPGetTransferRecipientsRequest : public QPRequestBase {
 };
 
 /// One recent recipient and how often it was paid.
-class QPRecipientModel : public QPModel {
+class BRIVANE_API QPRecipientModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPRecipientModel"; }
@@ -244,7 +245,7 @@ class QPRecipientModel : public QPModel {
 };
 
 /// Recent recipients of the account's transfers.
-class QPGetTransferRecipientsResponse : public QPResponseBase {
+class BRIVANE_API QPGetTransferRecipientsResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -252,7 +253,7 @@ class QPGetTransferRecipientsResponse : public QPResponseBase {
 };
 
 /// Checks a recipient by account number or e-mail (GET "carrierNumber"; no account addressed).
-class QPVerifyTransferRecipientRequest : public QPRequestBase {
+class BRIVANE_API QPVerifyTransferRecipientRequest : public QPRequestBase {
  public:
   QPVerifyTransferRecipientRequest() = default;
   explicit QPVerifyTransferRecipientRequest(std::optional<std::string> carrierNumber)

@@ -3,18 +3,22 @@
 #include <optional>
 #include <string>
 
-#include <boost/json.hpp>
+#include <boost/json/fwd.hpp>
 
-#include "brivane/api/core/QPFields.h"
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPNumber.h"
 
 namespace brivane {
+
+/// The key-to-field table of a class family (kept inside the SDK).
+template <class Owner>
+class QPFieldList;
 
 /// The token endpoint's answer: its four keys, nothing of the common fields.
 ///
 /// Filled like a response: every non-null key onto the field of the same name, unknown keys
 /// skipped. Thread rules as for responses.
-class QPAccessTokenResponse {
+class BRIVANE_API QPAccessTokenResponse {
  public:
   void initWithJSONObject(const boost::json::value& json);
 

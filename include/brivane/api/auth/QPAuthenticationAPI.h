@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/auth/QPAccessTokenResponse.h"
 #include "brivane/api/core/QPBaseAPI.h"
 
@@ -16,7 +17,7 @@ namespace brivane {
 /// without percent-encoding; a value holding "&" or "=" cannot be carried by the form body and
 /// fails with `QPClientErrorUnsendableFormValue` before anything is sent. Thread rules: callable from any
 /// thread; the completion runs on the main queue.
-class QPAuthenticationAPI : public QPBaseAPI {
+class BRIVANE_API QPAuthenticationAPI : public QPBaseAPI {
  public:
   using QPBaseAPI::QPBaseAPI;
 

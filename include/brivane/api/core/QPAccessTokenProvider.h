@@ -3,12 +3,14 @@
 #include <optional>
 #include <string>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// Source of the bearer token that every request carries.
 ///
 /// Read on whatever thread starts a request; implementations decide their own locking.
-class QPAccessTokenProvider {
+class BRIVANE_API QPAccessTokenProvider {
  public:
   virtual ~QPAccessTokenProvider() = default;
   /// The current token; nil sends no "Authorization" header.
@@ -20,7 +22,7 @@ class QPAccessTokenProvider {
 ///
 /// Thread rules: no locking; an application that sets the token on one thread while requests
 /// start on another orders this itself.
-class QPDefaultAccessTokenProvider : public QPAccessTokenProvider {
+class BRIVANE_API QPDefaultAccessTokenProvider : public QPAccessTokenProvider {
  public:
   std::optional<std::string> getAccessToken() override { return accessToken; }
   void setAccessToken(std::optional<std::string> token) override { accessToken = std::move(token); }

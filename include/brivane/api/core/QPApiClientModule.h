@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/account/QPAccountAPI.h"
 #include "brivane/api/auth/QPAuthenticationAPI.h"
 #include "brivane/api/core/QPAccessTokenProvider.h"
@@ -17,7 +18,7 @@ namespace brivane {
 ///
 /// Replacing `transportLayer` does not reach the families that exist; `initializeAPI` makes new
 /// ones with the current transport. Construction on one thread.
-class QPApiClientModule {
+class BRIVANE_API QPApiClientModule {
  public:
   QPApiClientModule(std::shared_ptr<QPAccessTokenProvider> accessTokenProvider,
                     std::shared_ptr<QPApiClientSettingsInterface> settings);

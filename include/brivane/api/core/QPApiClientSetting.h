@@ -3,10 +3,12 @@
 #include <optional>
 #include <string>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// What the transport reads of the client's configuration.
-class QPApiClientSettingsInterface {
+class BRIVANE_API QPApiClientSettingsInterface {
  public:
   virtual ~QPApiClientSettingsInterface() = default;
   virtual const std::optional<std::string>& urlStr() const = 0;
@@ -19,7 +21,7 @@ class QPApiClientSettingsInterface {
 
 /// The client's settings, copied from a `QPApiProviderOption` when the provider is built.
 /// Set before requests start and only read afterwards.
-class QPApiClientSetting : public QPApiClientSettingsInterface {
+class BRIVANE_API QPApiClientSetting : public QPApiClientSettingsInterface {
  public:
   const std::optional<std::string>& urlStr() const override { return urlStr_; }
   void setUrlStr(std::optional<std::string> value) override { urlStr_ = std::move(value); }

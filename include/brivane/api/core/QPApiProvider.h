@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPApiClientModule.h"
 #include "brivane/api/core/QPApiClientSetting.h"
 #include "brivane/api/core/QPApiProviderOption.h"
@@ -13,7 +14,7 @@ namespace brivane {
 /// The option's values are copied at construction; to change them, build a new provider.
 /// Releasing the provider releases the client; requests in flight still complete.
 /// Thread rules: construct on one thread; the accessors may then be used from any thread.
-class QPApiProvider {
+class BRIVANE_API QPApiProvider {
  public:
   explicit QPApiProvider(QPApiProviderOption apiOption);
 

@@ -10,6 +10,7 @@
 
 #include <boost/json.hpp>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPError.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPTransportLayer.h"
@@ -23,7 +24,7 @@ template <class Response>
 using QPCompletion = std::function<void(std::optional<QPError> error, std::shared_ptr<Response> response)>;
 
 /// One identifier argument of an operation's path ("userId", "accno", ...), by name and value.
-struct QPPathArgument {
+struct BRIVANE_API QPPathArgument {
   const char* name;
   const std::optional<std::string>& value;
 };
@@ -31,7 +32,7 @@ struct QPPathArgument {
 /// Base of the five API families: holds the shared transport and the common call pattern.
 ///
 /// Thread rules: operations may be started on any thread and return at once.
-class QPBaseAPI {
+class BRIVANE_API QPBaseAPI {
  public:
   explicit QPBaseAPI(std::shared_ptr<QPTransportLayer> transportLayer);
   virtual ~QPBaseAPI();

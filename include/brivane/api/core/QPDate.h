@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cstdint>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// A date and time of day as requests send them: the calendar date ("yyyy-MM-dd") and the time
@@ -16,7 +18,7 @@ namespace brivane {
 /// and sends nothing.
 ///
 /// Plain value type; any thread.
-class QPDate {
+class BRIVANE_API QPDate {
  public:
   /// 1970-01-01 00:00:00.
   QPDate() = default;

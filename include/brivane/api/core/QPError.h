@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// Domain of errors passed through from the networking layer (libcurl); the code is curl's.
@@ -39,7 +41,7 @@ enum QPClientErrorCode : std::int64_t {
 /// Errors built from an HTTP answer carry the request's absolute URL as their domain; errors of
 /// the networking layer, the JSON parser and the SDK itself carry the domains above. The
 /// description is nil only where the server's error form had no description. Plain value type.
-class QPError {
+class BRIVANE_API QPError {
  public:
   QPError(std::string domain, std::int64_t code, std::optional<std::string> description)
       : domain_(std::move(domain)), code_(code), description_(std::move(description)) {}

@@ -2,13 +2,15 @@
 
 #include <string>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// Constant codes shared by the API client, the payment form and applications.
 ///
 /// Payment-option codes are exact upper-case strings compared by exact equality.
 /// Thread-safe: every accessor returns a reference to an immutable string.
-class QPLookups {
+class BRIVANE_API QPLookups {
  public:
   /// The SDK's version text, "9.2 (1)". Offered to applications only; never sent.
   static const std::string& SDKVersion();

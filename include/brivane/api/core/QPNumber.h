@@ -5,13 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// A boxed number as the server's JSON carries it: an integer, a real or a truth value.
 ///
 /// Printed (`description`) the way the platform prints boxed numbers: integers without a decimal
 /// point, reals in their shortest round-trip form, truth values as 1 and 0. Plain value type.
-class QPNumber {
+class BRIVANE_API QPNumber {
  public:
   enum class Kind { Integer, Real, Boolean };
 

@@ -5,19 +5,24 @@
 #include <string>
 #include <string_view>
 
-#include <boost/json.hpp>
+#include <boost/json/fwd.hpp>
 
-#include "brivane/api/core/QPFields.h"
+#include "brivane/QPExport.h"
+#include "brivane/api/core/QPDate.h"
 #include "brivane/api/core/QPNumber.h"
 
 namespace brivane {
+
+/// The key-to-field table of a class family (kept inside the SDK).
+template <class Owner>
+class QPFieldList;
 
 /// Parameters of one request: string keys in insertion order; values are texts (or nested
 /// objects and lists where an operation says so).
 using QPRequestParams = boost::json::object;
 
 /// What every request offers to the API families.
-class QPRequestBaseInterface {
+class BRIVANE_API QPRequestBaseInterface {
  public:
   virtual ~QPRequestBaseInterface() = default;
   /// A new dictionary of the request's parameters.
@@ -32,7 +37,7 @@ class QPRequestBaseInterface {
 /// naming the field; an operation reports that as `QPClientErrorUnsendableDate` and sends nothing.
 /// Thread rules: a request is used by one thread at a time; the API call reads it on the
 /// caller's thread before returning.
-class QPRequestBase : public QPRequestBaseInterface {
+class BRIVANE_API QPRequestBase : public QPRequestBaseInterface {
  public:
   QPRequestBase() = default;
   QPRequestBase(const QPRequestBase&) = default;

@@ -3,14 +3,18 @@
 #include <optional>
 #include <string>
 
-#include <boost/json.hpp>
+#include <boost/json/fwd.hpp>
 
-#include "brivane/api/core/QPFields.h"
+#include "brivane/QPExport.h"
 
 namespace brivane {
 
+/// The key-to-field table of a class family (kept inside the SDK).
+template <class Owner>
+class QPFieldList;
+
 /// What every typed answer offers.
-class QPResponseBaseInterface {
+class BRIVANE_API QPResponseBaseInterface {
  public:
   virtual ~QPResponseBaseInterface() = default;
   /// Fills the object from a JSON value; a value that is not a dictionary fills nothing.
@@ -25,7 +29,7 @@ class QPResponseBaseInterface {
 /// Thread rules: built where the answer is read (the main context, or the networking's worker
 /// thread for a large answer), then handed to the main queue; afterwards used by one thread at a
 /// time.
-class QPResponseBase : public QPResponseBaseInterface {
+class BRIVANE_API QPResponseBase : public QPResponseBaseInterface {
  public:
   ~QPResponseBase() override = default;
 
@@ -53,7 +57,7 @@ class QPResponseBase : public QPResponseBaseInterface {
 ///
 /// Unlike a response, a model stops at the first key it cannot take, writes that failure to the
 /// log once and keeps what it had filled so far. Nothing is reported to the caller.
-class QPModel {
+class BRIVANE_API QPModel {
  public:
   virtual ~QPModel() = default;
 

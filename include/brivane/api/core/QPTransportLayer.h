@@ -12,6 +12,7 @@
 
 #include <boost/json.hpp>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPAccessTokenProvider.h"
 #include "brivane/api/core/QPApiClientSetting.h"
 #include "brivane/api/core/QPError.h"
@@ -20,7 +21,7 @@
 namespace brivane {
 
 /// The path and query items of a request URL, relative to the configured base URL.
-struct QPURLComponents {
+struct BRIVANE_API QPURLComponents {
   std::optional<std::string> path;
   /// Nil: the URL has no query. Set (even empty): the transport appends its identifying items.
   std::optional<std::vector<QPURLQueryItem>> queryItems;
@@ -30,7 +31,7 @@ struct QPURLComponents {
 };
 
 /// Status, headers and final URL of an HTTP answer.
-struct QPHTTPResponse {
+struct BRIVANE_API QPHTTPResponse {
   std::string url;
   long statusCode = 0;
   std::vector<std::pair<std::string, std::string>> headerFields;
@@ -58,7 +59,7 @@ using QPFormParams = std::vector<std::pair<std::string, std::string>>;
 /// parsing it does not stall the main loop). Create it with `std::make_shared`: an in-flight
 /// request holds it weakly, and if it is released meanwhile the answer is delivered as if no
 /// error had been found.
-class QPTransportLayer : public std::enable_shared_from_this<QPTransportLayer> {
+class BRIVANE_API QPTransportLayer : public std::enable_shared_from_this<QPTransportLayer> {
  public:
   using Completion =
       std::function<void(std::optional<boost::json::value> json, std::optional<QPError> error)>;

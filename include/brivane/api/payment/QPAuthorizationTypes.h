@@ -5,7 +5,8 @@
 
 #include <boost/json.hpp>
 
-#include "brivane/api/core/QPFields.h"
+#include "brivane/QPExport.h"
+#include "brivane/api/core/QPDate.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
@@ -17,7 +18,7 @@ namespace brivane {
 /// Unset strings and numbers are left out; numbers travel as decimal text; both flags are always
 /// sent ("true"/"false"); the payer's address travels in the body as "clientIpAddress";
 /// `criteria` becomes the name/value list.
-class QPAuthorizeRequest : public QPRequestBase {
+class BRIVANE_API QPAuthorizeRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -62,7 +63,7 @@ class QPAuthorizeRequest : public QPRequestBase {
 /// No card fields, no `savePaymentDetails`, no phone. `ipAddr` is sent as the HTTP header
 /// "X-Ip-Address", never in the body; `mandateSignedDate` as "mandateSignedDate" (date) and
 /// "mandateSignedTime" (time), both only when set.
-class QPInitAuthorizeRequest : public QPRequestBase {
+class BRIVANE_API QPInitAuthorizeRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -99,7 +100,7 @@ class QPInitAuthorizeRequest : public QPRequestBase {
 
 /// Finishes a payment opened by `initAuthorize` (POST "/payment/{uniqueReference}/completeAuthorize")
 /// with the token it returned. No amounts, no account numbers, no address of the payer's device.
-class QPCompleteAuthorizeRequest : public QPRequestBase {
+class BRIVANE_API QPCompleteAuthorizeRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -120,7 +121,7 @@ class QPCompleteAuthorizeRequest : public QPRequestBase {
 
 /// The Lm variant of the completion (POST "/payment/{uniqueReference}/lm-completeAuthorize").
 /// `depositReference` is held but never sent; no third address line, house number or criteria.
-class QPLmCompleteAuthorizeRequest : public QPRequestBase {
+class BRIVANE_API QPLmCompleteAuthorizeRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -141,7 +142,7 @@ class QPLmCompleteAuthorizeRequest : public QPRequestBase {
 };
 
 /// The answer to `initAuthorize`.
-class QPInitAuthorizeResponse : public QPResponseBase {
+class BRIVANE_API QPInitAuthorizeResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -161,7 +162,7 @@ class QPInitAuthorizeResponse : public QPResponseBase {
 };
 
 /// The answer to `authorize`.
-class QPAuthorizeResponse : public QPResponseBase {
+class BRIVANE_API QPAuthorizeResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -185,7 +186,7 @@ class QPAuthorizeResponse : public QPResponseBase {
 };
 
 /// The answer to `completeAuthorize`.
-class QPCompleteAuthorizeResponse : public QPResponseBase {
+class BRIVANE_API QPCompleteAuthorizeResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -200,7 +201,7 @@ class QPCompleteAuthorizeResponse : public QPResponseBase {
 };
 
 /// The answer to `lmCompleteAuthorize`.
-class QPLmCompleteAuthorizeResponse : public QPResponseBase {
+class BRIVANE_API QPLmCompleteAuthorizeResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPBaseAPI.h"
 #include "brivane/api/payment/QPAuthorizationTypes.h"
 #include "brivane/api/payment/QPPaymentOperationTypes.h"
@@ -17,7 +18,7 @@ namespace brivane {
 /// sent. Only `getPaymentInformation` is a GET (query items, no body).
 ///
 /// Thread rules: callable from any thread, returns at once; completions run on the main queue.
-class QPPaymentAPI : public QPBaseAPI {
+class BRIVANE_API QPPaymentAPI : public QPBaseAPI {
  public:
   using QPBaseAPI::QPBaseAPI;
 

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
@@ -12,7 +13,7 @@ namespace brivane {
 
 /// Captures an authorized payment (POST "/payment/{uniqueReference}/capture"). With nothing set
 /// only the base parameters are sent and the authorized amount is captured unchanged.
-class QPCaptureRequest : public QPRequestBase {
+class BRIVANE_API QPCaptureRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -27,7 +28,7 @@ class QPCaptureRequest : public QPRequestBase {
 };
 
 /// Cancels a payment that has not been captured (POST "/payment/{uniqueReference}/cancel").
-class QPCancelRequest : public QPRequestBase {
+class BRIVANE_API QPCancelRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -38,7 +39,7 @@ class QPCancelRequest : public QPRequestBase {
 
 /// Moves money from a payment option into an account in one step (PUT "/payment/payToAccount"):
 /// the one-step authorization's body without "identification" and "criteria".
-class QPPayToAccountRequest : public QPRequestBase {
+class BRIVANE_API QPPayToAccountRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -80,7 +81,7 @@ class QPPayToAccountRequest : public QPRequestBase {
 class QPGetPaymentInformationRequest : public QPRequestBase {};
 
 /// The answer to `capture`.
-class QPCaptureResponse : public QPResponseBase {
+class BRIVANE_API QPCaptureResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -99,7 +100,7 @@ class QPCaptureResponse : public QPResponseBase {
 };
 
 /// The answer to `cancel`.
-class QPCancelResponse : public QPResponseBase {
+class BRIVANE_API QPCancelResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -118,7 +119,7 @@ class QPCancelResponse : public QPResponseBase {
 class QPPayToAccountResponse : public QPAuthorizeResponse {};
 
 /// The public data of a payment: both the country's name (`country`) and its code.
-class QPGetPaymentInformationResponse : public QPResponseBase {
+class BRIVANE_API QPGetPaymentInformationResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPBaseAPI.h"
 #include "brivane/api/settings/QPSettingsTypes.h"
 
@@ -7,7 +8,7 @@ namespace brivane {
 
 /// Reference data of the program: countries and financial-institution data (GET calls).
 /// Thread rules: callable from any thread; completions run on the main queue.
-class QPSettingsAPI : public QPBaseAPI {
+class BRIVANE_API QPSettingsAPI : public QPBaseAPI {
  public:
   using QPBaseAPI::QPBaseAPI;
 

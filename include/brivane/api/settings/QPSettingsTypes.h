@@ -5,13 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
 
 namespace brivane {
 
 /// Asks for the list of countries, optionally only the program's own.
-class QPGetCountriesRequest : public QPRequestBase {
+class BRIVANE_API QPGetCountriesRequest : public QPRequestBase {
  public:
   const QPFieldList<QPRequestBase>& fieldList() const override;
 
@@ -23,7 +24,7 @@ class QPGetCountriesRequest : public QPRequestBase {
 class QPGetFinancialInstitutionDataRequest : public QPRequestBase {};
 
 /// One country of the list.
-class QPCountryModel : public QPModel {
+class BRIVANE_API QPCountryModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPCountryModel"; }
@@ -33,7 +34,7 @@ class QPCountryModel : public QPModel {
 };
 
 /// The countries answer. An empty "countries" list gives an empty list; no key gives nil.
-class QPGetCountriesResponse : public QPResponseBase {
+class BRIVANE_API QPGetCountriesResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -41,7 +42,7 @@ class QPGetCountriesResponse : public QPResponseBase {
 };
 
 /// The financial institution's name, address and creditor identifier.
-class QPGetFinancialInstitutionDataResponse : public QPResponseBase {
+class BRIVANE_API QPGetFinancialInstitutionDataResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 

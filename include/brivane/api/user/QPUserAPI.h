@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPBaseAPI.h"
 #include "brivane/api/user/QPUserTypes.h"
 
@@ -14,7 +15,7 @@ namespace brivane {
 /// sent. The two GET operations send their parameters as query items, the others as a JSON body.
 ///
 /// Thread rules: callable from any thread, returns at once; completions run on the main queue.
-class QPUserAPI : public QPBaseAPI {
+class BRIVANE_API QPUserAPI : public QPBaseAPI {
  public:
   using QPBaseAPI::QPBaseAPI;
 

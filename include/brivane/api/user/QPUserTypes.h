@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "brivane/QPExport.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
@@ -16,7 +17,7 @@ class QPSendPasswordResetCodeRequest : public QPRequestBase {};
 
 /// Changes a user's password: "oldPassword" and "newPassword". The fields are set only by the
 /// constructor; a nil field leaves its key out.
-class QPChangePasswordRequest : public QPRequestBase {
+class BRIVANE_API QPChangePasswordRequest : public QPRequestBase {
  public:
   QPChangePasswordRequest() = default;
   QPChangePasswordRequest(std::optional<std::string> oldPassword, std::optional<std::string> newPassword);
@@ -28,7 +29,7 @@ class QPChangePasswordRequest : public QPRequestBase {
 };
 
 /// Checks a password against the platform's policy: "password".
-class QPValidatePasswordRequest : public QPRequestBase {
+class BRIVANE_API QPValidatePasswordRequest : public QPRequestBase {
  public:
   QPValidatePasswordRequest() = default;
   explicit QPValidatePasswordRequest(std::optional<std::string> password);
@@ -45,7 +46,7 @@ class QPCheckUserUniquenessRequest : public QPRequestBase {};
 class QPGetSecondaryEmailsRequest : public QPRequestBase {};
 
 /// Adds a secondary e-mail address: "emailAddress".
-class QPCreateSecondaryEmailRequest : public QPRequestBase {
+class BRIVANE_API QPCreateSecondaryEmailRequest : public QPRequestBase {
  public:
   QPCreateSecondaryEmailRequest() = default;
   explicit QPCreateSecondaryEmailRequest(std::optional<std::string> emailAddress);
@@ -56,7 +57,7 @@ class QPCreateSecondaryEmailRequest : public QPRequestBase {
 };
 
 /// Replaces a secondary e-mail address: "oldEmailAddress" and "newEmailAddress".
-class QPEditSecondaryEmailRequest : public QPRequestBase {
+class BRIVANE_API QPEditSecondaryEmailRequest : public QPRequestBase {
  public:
   QPEditSecondaryEmailRequest() = default;
   QPEditSecondaryEmailRequest(std::optional<std::string> oldEmailAddress,
@@ -69,7 +70,7 @@ class QPEditSecondaryEmailRequest : public QPRequestBase {
 };
 
 /// Removes a secondary e-mail address: "emailAddress", sent in the body of a DELETE.
-class QPDeleteSecondaryEmailRequest : public QPRequestBase {
+class BRIVANE_API QPDeleteSecondaryEmailRequest : public QPRequestBase {
  public:
   QPDeleteSecondaryEmailRequest() = default;
   explicit QPDeleteSecondaryEmailRequest(std::optional<std::string> emailAddress);
@@ -80,7 +81,7 @@ class QPDeleteSecondaryEmailRequest : public QPRequestBase {
 };
 
 /// Makes one of the user's addresses the main one: "emailAddress".
-class QPSetMainEmailRequest : public QPRequestBase {
+class BRIVANE_API QPSetMainEmailRequest : public QPRequestBase {
  public:
   QPSetMainEmailRequest() = default;
   explicit QPSetMainEmailRequest(std::optional<std::string> emailAddress);
@@ -94,7 +95,7 @@ class QPSetMainEmailRequest : public QPRequestBase {
 class QPSendPasswordResetCodeResponse : public QPResponseBase {};
 
 /// Whether the user id is already known ("found").
-class QPCheckUserUniquenessResponse : public QPResponseBase {
+class BRIVANE_API QPCheckUserUniquenessResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
@@ -109,7 +110,7 @@ class QPCheckUserUniquenessResponse : public QPResponseBase {
 };
 
 /// One secondary e-mail address of a user.
-class QPSecondaryEmailModel : public QPModel {
+class BRIVANE_API QPSecondaryEmailModel : public QPModel {
  public:
   const QPFieldList<QPModel>& fieldList() const override;
   const char* className() const override { return "QPSecondaryEmailModel"; }
@@ -127,7 +128,7 @@ class QPSecondaryEmailModel : public QPModel {
 };
 
 /// A user's secondary e-mail addresses ("secondaryEmails"); nil when the answer had no list.
-class QPGetSecondaryEmailsResponse : public QPResponseBase {
+class BRIVANE_API QPGetSecondaryEmailsResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "brivane/QPExport.h"
 #include "brivane/form/style/QPEmptyCheckerProtocol.h"
 #include "brivane/util/QPColor.h"
 
@@ -14,7 +15,7 @@ namespace brivane {
 /// One side of a border: width, colour and the side's name.
 ///
 /// Plain value object: use from one thread at a time.
-class QPBorderSideStyle : public QPEmptyCheckerProtocol {
+class BRIVANE_API QPBorderSideStyle : public QPEmptyCheckerProtocol {
  public:
   /// The width of a side whose size was never set (all bits set); it is printed as is.
   static constexpr std::uint64_t kUnsetSize = std::numeric_limits<std::uint64_t>::max();

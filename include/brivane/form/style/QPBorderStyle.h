@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "brivane/QPExport.h"
 #include "brivane/form/style/QPBorderSideStyle.h"
 #include "brivane/form/style/QPEmptyCheckerProtocol.h"
 
@@ -16,7 +17,7 @@ namespace brivane {
 /// of the border it was last read through). Setters store the given side as it is; a
 /// null side is created afresh on the next read. Copies share their sides.
 /// Plain value object: use from one thread at a time.
-class QPBorderStyle : public QPEmptyCheckerProtocol {
+class BRIVANE_API QPBorderStyle : public QPEmptyCheckerProtocol {
  public:
   /// The left side, created on first read, named "left" on every read.
   std::shared_ptr<QPBorderSideStyle> leftBorderStyle();

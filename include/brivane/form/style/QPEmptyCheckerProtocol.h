@@ -1,11 +1,13 @@
 #pragma once
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// Adopted by style objects that contribute CSS only when the host has changed them.
 ///
 /// Thread rules: as for the adopting style object (plain value, one thread at a time).
-class QPEmptyCheckerProtocol {
+class BRIVANE_API QPEmptyCheckerProtocol {
  public:
   /// Style objects are owned through their concrete types; deletion through this interface is safe.
   virtual ~QPEmptyCheckerProtocol() = default;

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "brivane/QPExport.h"
 #include "brivane/util/QPColor.h"
 
 namespace brivane {
@@ -13,7 +14,7 @@ namespace brivane {
 ///
 /// Renders itself as CSS declarations (`css`) and as members of a script object literal
 /// (`json`). Plain value object: use from one thread at a time.
-class QPFontStyle {
+class BRIVANE_API QPFontStyle {
  public:
   /// `textStyle` bit that makes the font bold.
   static constexpr std::int64_t kTextStyleBold = 2;

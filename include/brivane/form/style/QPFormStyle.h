@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "brivane/QPExport.h"
 #include "brivane/form/style/QPBorderStyle.h"
 #include "brivane/form/style/QPFontStyle.h"
 #include "brivane/form/style/QPInputStyle.h"
@@ -22,7 +23,7 @@ namespace brivane {
 /// setters store values that nothing reads, while their getters return the general input
 /// style's. Copies share their sub-objects.
 /// Plain value object: use from one thread at a time.
-class QPFormStyle {
+class BRIVANE_API QPFormStyle {
  public:
   /// The general input style's `isPlaceholderVisible` (creating the general style).
   bool isPlaceholderVisible();

@@ -4,12 +4,13 @@
 #include <string>
 #include <string_view>
 
+#include "brivane/QPExport.h"
 #include "brivane/form/style/QPFormStyle.h"
 
 namespace brivane {
 
 /// The outcome of loading a form style description: the style, or a message.
-struct QPFormStyleLoadResult {
+struct BRIVANE_API QPFormStyleLoadResult {
   /// The loaded style; null on failure.
   std::shared_ptr<QPFormStyle> style;
   /// Empty on success; otherwise where and what was wrong, e.g.
@@ -51,10 +52,10 @@ struct QPFormStyleLoadResult {
 /// keeps its class name unless "className" is given); null for an object member stores
 /// null through the setter. Unknown fields, wrong types and malformed JSON give an error
 /// naming the field path. Never throws. Thread-safe (no shared state).
-QPFormStyleLoadResult formStyleFromJSON(std::string_view text);
+BRIVANE_API QPFormStyleLoadResult formStyleFromJSON(std::string_view text);
 
 /// `formStyleFromJSON` over the contents of a file; an unreadable file gives an error
 /// naming it. Never throws.
-QPFormStyleLoadResult formStyleFromJSONFile(const std::string& path);
+BRIVANE_API QPFormStyleLoadResult formStyleFromJSONFile(const std::string& path);
 
 }  // namespace brivane

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "brivane/QPExport.h"
 #include "brivane/form/style/QPBorderStyle.h"
 #include "brivane/form/style/QPEmptyCheckerProtocol.h"
 #include "brivane/form/style/QPFontStyle.h"
@@ -18,7 +19,7 @@ namespace brivane {
 /// The four style getters create a default object on first read; setters store what they
 /// are given (null: created afresh on the next read). Copies share their sub-objects.
 /// Plain value object: use from one thread at a time.
-class QPInputStyle : public QPEmptyCheckerProtocol {
+class BRIVANE_API QPInputStyle : public QPEmptyCheckerProtocol {
  public:
   /// True once `setIsPlaceholderVisible` has been called, whatever the value.
   bool isPlaceHolderVisabilitySet() const { return isPlaceHolderVisabilitySet_; }

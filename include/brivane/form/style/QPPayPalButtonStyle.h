@@ -3,13 +3,15 @@
 #include <cstdint>
 #include <string>
 
+#include "brivane/QPExport.h"
+
 namespace brivane {
 
 /// The look of the PayPal button: five numbers, each turned into the word that the PayPal
 /// page expects.
 ///
 /// Plain value object: use from one thread at a time.
-class QPPayPalButtonStyle {
+class BRIVANE_API QPPayPalButtonStyle {
  public:
   /// All five values 0.
   QPPayPalButtonStyle() = default;
