@@ -16,6 +16,8 @@
 
 #include <boost/json.hpp>
 
+#include "support/TestSupport.h"
+
 namespace brivane {
 namespace {
 
@@ -230,31 +232,57 @@ TEST_F(BrivaneTool, FieldsARequestDoesNotHaveAreUsageErrors) {
 }
 
 TEST_F(BrivaneTool, SecretsComeFromFilesStandardInputOrTheEnvironment) {
-  const std::filesystem::path file = std::filesystem::temp_directory_path() / "brivane-tool-test-password";
-  {
-    std::FILE* out = std::fopen(file.c_str(), "w");
-    ASSERT_NE(out, nullptr);
-    std::fputs("wrong-password\n", out);
-    std::fclose(out);
-  }
+  const std::filesystem::path scratch =
+      std::filesystem::temp_directory_path() / ("brivane-tool-test-secrets-" + std::to_string(getpid()));
+  std::filesystem::create_directories(scratch);
+  auto write = [&](const char* name, const char* text) {
+    const std::filesystem::path path = scratch / name;
+    std::FILE* out = std::fopen(path.c_str(), "w");
+    EXPECT_NE(out, nullptr);
+    if (out != nullptr) {
+      std::fputs(text, out);
+      std::fclose(out);
+    }
+    return path.string();
+  };
+  const std::string file = write("wrong", "wrong-password\n");
+  const std::string newPass = write("new", "New-Pass-22\r\n");
+  const std::string twoBreaks = write("two-breaks", "Demo-Pass-1\n\n");
+  const std::string change = tool_.string() + " call user changePassword --userId demo@brivane.test ";
   struct Case {
     std::string command;
     int status;
     std::int64_t errorCode;  // 0: success
+    const char* successKey;  // a key of the response on success
   } cases[] = {
       {"printf 'Demo-Pass-1\\n' | " + tool_.string() +
            " call auth getAccessTokenWithUserName --userName demo@brivane.test --password-file - --grantType "
            "password",
-       0, 0},
+       0, 0, "access_token"},
       {tool_.string() +
-           " call auth getAccessTokenWithUserName --userName demo@brivane.test --password-file " +
-           file.string() + " --grantType password",
-       1, 1001},
-      {"BRIVANE_TOKEN=not-a-token " + tool_.string() + " call settings getCountries", 1, -1},
+           " call auth getAccessTokenWithUserName --userName demo@brivane.test --password-file " + file +
+           " --grantType password",
+       1, 1001, nullptr},
+      {"BRIVANE_TOKEN=not-a-token " + tool_.string() + " call settings getCountries", 1, -1, nullptr},
       {"printf 'x\\n' | " + tool_.string() +
            " call auth getAccessTokenWithUserName --userName u --password-file - --grantType g --token-file "
            "-",
-       2, 0},
+       2, 0, nullptr},
+      // Any request field from a file or standard input.
+      {"printf 'Demo-Pass-1\\n' | " + change + "--set-file oldPass=- --set-file newPass=" + newPass, 0, 0,
+       "responseCode"},
+      {change + "--set-file oldPass=" + twoBreaks + " --set newPass=New-Pass-22", 1, 2102, nullptr},
+      {"printf 'Demo-Pass-1' | " + tool_.string() +
+           " call user validatePassword --set password=x --set-file password=-",
+       0, 0, "responseCode"},
+      {change + "--set-file oldPass --set newPass=x", 2, 0, nullptr},
+      {change + "--set-file =" + newPass + " --set newPass=x", 2, 0, nullptr},
+      {change + "--set-file oldPass=" + (scratch / "missing").string() + " --set newPass=x", 2, 0, nullptr},
+      {change + "--set-file nope=" + newPass, 2, 0, nullptr},
+      {"printf 'x\\n' | " + change + "--set-file oldPass=- --set-file newPass=-", 2, 0, nullptr},
+      {"printf 'x\\n' | " + tool_.string() +
+           " call auth getRefreshTokenWithToken --token-file - --grantType g " + "--set-file a=-",
+       2, 0, nullptr},
   };
   for (const Case& c : cases) {
     FILE* pipe = popen((c.command + " 2>/dev/null").c_str(), "r");
@@ -270,10 +298,63 @@ TEST_F(BrivaneTool, SecretsComeFromFilesStandardInputOrTheEnvironment) {
     } else if (c.status == 1) {
       EXPECT_TRUE(boost::json::parse(out).at("error").is_object());
     } else if (c.status == 0) {
-      EXPECT_TRUE(boost::json::parse(out).at("response").at("access_token").is_string());
+      EXPECT_TRUE(boost::json::parse(out).at("response").as_object().contains(c.successKey)) << out;
     }
   }
-  std::filesystem::remove(file);
+  std::filesystem::remove_all(scratch);
+}
+
+// Whatever bytes a server sends, the tool prints JSON that a strict parser takes: bytes that are
+// not UTF-8 are replaced (U+FFFD), control characters escaped.
+TEST_F(BrivaneTool, CallPrintsStrictJSONWhateverBytesTheServerSends) {
+  struct Case {
+    int status;
+    std::string header;  // the value of an "X-Note" header
+    std::string body;
+    const char* shown;  // a part of the printed error's description, as JSON text
+  } cases[] = {
+      {503, "caf\xe9 \xff\xfe \xed\xa0\x80 \xc0\xaf end", "",
+       R"(caf\ufffd \ufffd\ufffd \ufffd\ufffd\ufffd \ufffd\ufffd end)"},
+      {503, "cut \xe2\x82", "", R"(cut \ufffd\ufffd)"},
+      {503, "valid \xe2\x82\xac \xf0\x9f\x98\x80", "", "valid \xe2\x82\xac \xf0\x9f\x98\x80"},
+      {400, "x", R"({"responseCode":"1","responseDescription":"tab\t \"quoted\" \u0001"})",
+       R"(tab\t \"quoted\" \u0001)"},
+  };
+  for (const Case& c : cases) {
+    httplib::Server server;
+    server.Get(".*", [&c](const httplib::Request&, httplib::Response& res) {
+      res.status = c.status;
+      res.set_header("X-Note", c.header);
+      res.set_content(c.body, "application/json");
+    });
+    test::ServerThread thread(server);
+    Outcome call = run("call settings getCountries --program P --token T --url " + thread.baseUrl());
+    EXPECT_EQ(call.status, 1) << call.out;
+    boost::system::error_code ec;
+    boost::json::value printed = boost::json::parse(call.out, ec);
+    ASSERT_FALSE(ec) << call.out;
+    EXPECT_THAT(call.out, HasSubstr(c.shown));
+    EXPECT_TRUE(printed.at("error").at("description").is_string());
+  }
+}
+
+// A failed write (a full disk) is an error of every command: exit code 1 and a message.
+TEST_F(BrivaneTool, AFailedWriteExitsOneWithAMessage) {
+  for (const char* arguments :
+       {"--version", "help", "help call", "call settings getCountries", "call settings getCountries --help",
+        "style css --provider 0", "form render --provider 0 --options VISA --token T --api-url http://a/",
+        "form --help", "sandbox --port 0", "demo"}) {
+    FILE* pipe = popen((tool_.string() + " " + arguments + " 2>&1 >/dev/full").c_str(), "r");
+    ASSERT_NE(pipe, nullptr);
+    std::string messages;
+    std::array<char, 4096> buffer{};
+    std::size_t got;
+    while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) messages.append(buffer.data(), got);
+    int raw = pclose(pipe);
+    ASSERT_TRUE(WIFEXITED(raw)) << arguments;
+    EXPECT_EQ(WEXITSTATUS(raw), 1) << arguments << "\n" << messages;
+    EXPECT_THAT(messages, HasSubstr("cannot write")) << arguments;
+  }
 }
 
 TEST_F(BrivaneTool, StandaloneSandboxServesUntilTerminated) {

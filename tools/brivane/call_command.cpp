@@ -22,25 +22,30 @@ namespace {
 void printUsage(std::FILE* out) {
   std::fputs(
       "usage: brivane call FAMILY OPERATION [--url URL] [--program CODE] [--prefix TEXT] [--token TOKEN]\n"
-      "                    [--NAME VALUE]... [--set FIELD=VALUE]...\n"
+      "                    [--NAME VALUE]... [--set FIELD=VALUE]... [--set-file FIELD=FILE]...\n"
       "\n"
       "--url takes an http or https URL. Secrets need not be arguments (visible in the process list):\n"
-      "--password-file FILE and --token-file FILE read --password and --token from a file, '-' from\n"
-      "standard input (one trailing line break removed); without --token the bearer token is taken\n"
-      "from the environment variable BRIVANE_TOKEN when it is set.\n"
+      "--password-file FILE and --token-file FILE read --password and --token from a file, and\n"
+      "--set-file FIELD=FILE reads any request field (oldPass, newPass, password, ...) from one;\n"
+      "FILE '-' is standard input, which one option at most may read; one trailing line break is\n"
+      "removed. Without --token the bearer token is taken from the environment variable\n"
+      "BRIVANE_TOKEN when it is set.\n"
       "\n"
       "Without --url the call goes to an embedded sandbox, with its program code and a fresh token.\n"
       "--NAME VALUE passes an argument of the operation by its parameter name (for\n"
       "getRefreshTokenWithToken, --token is that argument); --set FIELD=VALUE sets a request field:\n"
-      "true/false, decimal numbers, dates as yyyy-MM-ddTHH:mm:ss, JSON for dictionaries.\n"
+      "true/false, decimal numbers, dates as yyyy-MM-ddTHH:mm:ss or yyyy-MM-dd (0001-01-01 to\n"
+      "9999-12-31), JSON for dictionaries; a later value of a field wins.\n"
       "Prints {\"response\": {...}} and exits 0, or {\"error\": {...}} and exits 1; usage errors exit 2.\n"
+      "The output is strict JSON (bytes a server sent that are not UTF-8 print as U+FFFD); an output\n"
+      "that cannot be written exits 1.\n"
       "\noperations:\n",
       out);
   for (const Operation& operation : operations()) {
     std::string line = "  " + operation.family + " " + operation.name;
     for (const std::string& name : operation.argumentNames) line += " --" + name + " VALUE";
     if (!operation.fieldNames.empty()) {
-      line += " [--set FIELD=VALUE]...\n      fields:";
+      line += " [--set FIELD=VALUE | --set-file FIELD=FILE]...\n      fields:";
       for (const std::string& field : operation.fieldNames) line += " " + field;
     }
     std::fprintf(out, "%s\n", line.c_str());
@@ -74,19 +79,32 @@ std::optional<std::string> readSecret(const std::string& path) {
   return text;
 }
 
-// Replaces every "--NAME-file FILE" of a secret option by "--NAME <contents>"; a usage error's
-// message when a file cannot be read or standard input is asked for twice.
+// Replaces every "--NAME-file FILE" of a secret option by "--NAME <contents>" and every
+// "--set-file FIELD=FILE" by "--set FIELD=<contents>", in place, so that the order of the
+// options stays; a usage error's message when a file cannot be read or standard input is asked
+// for twice.
 std::optional<std::string> readSecretFiles(std::vector<std::pair<std::string, std::string>>& named) {
   bool stdinUsed = false;
   for (auto& [name, value] : named) {
-    for (const char* secret : kSecretOptions) {
-      if (name != std::string(secret) + "-file") continue;
-      if (value == "-" && std::exchange(stdinUsed, true)) return "only one option can read standard input";
-      std::optional<std::string> contents = readSecret(value);
-      if (!contents) return "--" + name + ": cannot read '" + value + "'";
-      name = secret;
-      value = std::move(*contents);
+    std::string target, prefix, path;
+    if (name == "set-file") {
+      const std::size_t equals = value.find('=');
+      if (equals == std::string::npos || equals == 0)
+        return "--set-file takes FIELD=FILE, got '" + value + "'";
+      target = "set";
+      prefix = value.substr(0, equals + 1);
+      path = value.substr(equals + 1);
+    } else {
+      for (const char* secret : kSecretOptions)
+        if (name == std::string(secret) + "-file") target = secret;
+      if (target.empty()) continue;
+      path = value;
     }
+    if (path == "-" && std::exchange(stdinUsed, true)) return "only one option can read standard input";
+    std::optional<std::string> contents = readSecret(path);
+    if (!contents) return "--" + name + ": cannot read '" + path + "'";
+    name = std::move(target);
+    value = prefix + *contents;
   }
   return std::nullopt;
 }

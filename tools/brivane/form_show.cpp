@@ -14,10 +14,10 @@
 #include <gtkmm/application.h>
 #include <gtkmm/window.h>
 
-#include <boost/json/serialize.hpp>
-
 #include "brivane/form/QPPaymentForm.h"
 #include "brivane/form_command.h"
+#include "brivane/json_output.h"
+#include "brivane/output.h"
 #include "form/CustomWebView.h"
 #include "sandbox/Sandbox.h"
 
@@ -164,7 +164,7 @@ int showForm(FormRequest request) {
       end(0);
     });
     form->setOnError([&end](const boost::json::value& error) {
-      printLine("error " + boost::json::serialize(error));
+      printLine("error " + printedJSON(error));
       end(1);
     });
     form->setOnCancel([&end](const std::optional<std::string>& message) {
@@ -172,7 +172,7 @@ int showForm(FormRequest request) {
       end(1);
     });
     form->setScriptMessageObserver([](const std::string& name, const boost::json::value& body) {
-      printLine("message " + name + " " + boost::json::serialize(body));
+      printLine("message " + name + " " + printedJSON(body));
     });
     window->set_child(*form);
     app->add_window(*window);
@@ -239,5 +239,5 @@ int main(int argc, char** argv) {
   if (auto problem = brivane::cli::readFormRequest(args, &request))
     return brivane::cli::formUsageError(*problem);
   if (request.command != "show") return brivane::cli::formUsageError("brivane-form runs 'show' only");
-  return brivane::cli::showForm(std::move(request));
+  return brivane::cli::finishOutput(brivane::cli::showForm(std::move(request)));
 }

@@ -4,6 +4,7 @@
 
 #include "brivane/api/core/QPLookups.h"
 #include "brivane/commands.h"
+#include "brivane/output.h"
 
 namespace {
 
@@ -34,9 +35,7 @@ int help(const std::string& command) {
   return 2;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   if (argc < 2) {
     std::fputs(kUsage, stderr);
     return 2;
@@ -59,4 +58,10 @@ int main(int argc, char** argv) {
   }
   std::fprintf(stderr, "brivane: unknown command '%s'\n\n%s", command.c_str(), kUsage);
   return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return brivane::cli::finishOutput(run(argc, argv));
 }

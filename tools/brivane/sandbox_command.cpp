@@ -7,6 +7,7 @@
 
 #include "brivane/commands.h"
 #include "brivane/options.h"
+#include "brivane/output.h"
 #include "sandbox/Sandbox.h"
 
 namespace brivane::cli {
@@ -52,7 +53,10 @@ int runSandbox(const std::vector<std::string>& args) {
   std::printf(
       "Sandbox listening on %s\n  program code: %s\n  user: %s  password: %s\nPress Ctrl-C to stop.\n",
       server.baseUrl().c_str(), config.programCode.c_str(), config.userName.c_str(), config.password.c_str());
-  std::fflush(stdout);
+  if (!flushOutput()) {
+    server.stop();  // nobody would learn where it listens
+    return 1;
+  }
   int received = 0;
   sigwait(&signals, &received);
   server.stop();
