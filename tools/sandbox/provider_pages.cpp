@@ -30,10 +30,15 @@ constexpr const char* kChallengeCard = "4000000000003220";
 constexpr const char* kDeclinedCard = "4000000000000002";
 constexpr const char* kDeclinedIban = "DE02120300000000202051";
 constexpr const char* kChallengeCode = "1234";
+// Who a challenge names when the payment's program account has no company name.
+constexpr const char* kSandboxMerchant = "Brivane Sandbox Shop";
 
+// Where a page ends: the shop's return page and the platform's callbacks, in the stand-ins' look.
 constexpr const char* kResultPage = R"HTML(<!DOCTYPE html>
-<html><head><meta charset="utf-8"><title>@TITLE@</title></head>
-<body><h1>@TITLE@</h1></body></html>
+<html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
+<title>@TITLE@</title><style>@CSS@</style></head>
+<body><main class="qp-page qp-result"><div class="qp-result-mark @KIND@" aria-hidden="true">@MARK@</div>
+<h1 class="qp-title">@TITLE@</h1><p class="qp-text">@TEXT@</p></main></body></html>
 )HTML";
 
 std::string replaced(std::string text, const std::string& marker, const std::string& value) {
@@ -73,9 +78,14 @@ std::string htmlEscaped(const std::string& text) {
   return result;
 }
 
-void servePage(httplib::Server& server, const std::string& path, const std::string& title) {
-  server.Get(path, [title](const httplib::Request&, httplib::Response& response) {
-    response.set_content(replaced(kResultPage, "@TITLE@", title), "text/html; charset=utf-8");
+void servePage(httplib::Server& server, const std::string& path, const std::string& title,
+               const std::string& text, bool cancelled = false) {
+  std::string page = replaced(kResultPage, "@CSS@", pages::standInCSS());
+  page = replaced(page, "@KIND@", cancelled ? "qp-result-cancelled" : "");
+  page = replaced(page, "@MARK@", cancelled ? "&#x2715;" : "&#x2713;");
+  page = replaced(replaced(page, "@TITLE@", title), "@TEXT@", text);
+  server.Get(path, [page](const httplib::Request&, httplib::Response& response) {
+    response.set_content(page, "text/html; charset=utf-8");
   });
 }
 
@@ -110,6 +120,10 @@ bool expiryValid(const std::string& value) {
   int month = 0, year = 0;
   char slash = 0;
   std::string compact = withoutBlanks(value);
+  // Shoppers may leave out the slash: "1239" and "122039" are December 2039.
+  if ((compact.size() == 4 || compact.size() == 6) &&
+      compact.find_first_not_of("0123456789") == std::string::npos)
+    compact.insert(2, "/");
   if (std::sscanf(compact.c_str(), "%2d%c%4d", &month, &slash, &year) != 3 || slash != '/') return false;
   if (year < 100) year += 2000;
   std::time_t now = std::time(nullptr);
@@ -174,12 +188,15 @@ json::object shopperDataOf(const json::object& body) {
   return data;
 }
 
-// A challenge waiting for its code.
+// A challenge waiting for its code, with what the shopper is shown: who asks for how much.
 struct Challenge {
   std::string token;
   json::object shopperData;
   std::string continueUrl;
   std::string data;
+  std::string merchant;
+  std::string amount;  // minor units, "" without a payment
+  std::string currency;
 };
 
 struct Pages {
@@ -195,6 +212,25 @@ struct Pages {
     std::lock_guard<std::mutex> lock(state->mutex);
     auto it = state->store.authorizations.find(token);
     return it == state->store.authorizations.end() ? "" : it->second.redirectURL;
+  }
+
+  // The merchant and the amount of the token's payment, as a challenge shows them.
+  void describePayment(const std::string& token, Challenge& challenge) {
+    challenge.merchant = kSandboxMerchant;
+    if (state == nullptr) return;
+    std::lock_guard<std::mutex> lock(state->mutex);
+    const Store& store = state->store;
+    auto authorization = store.authorizations.find(token);
+    if (authorization == store.authorizations.end()) return;
+    auto payment = store.payments.find(authorization->second.reference);
+    if (authorization->second.kind != Authorization::Kind::Payment || payment == store.payments.end()) return;
+    challenge.amount = std::to_string(payment->second.amount);
+    challenge.currency = payment->second.currency;
+    const std::string programAccno = text(payment->second.details, "programAccno");
+    auto program = store.accounts.find(programAccno.empty() ? kProgramAccno : programAccno);
+    if (program == store.accounts.end()) return;
+    if (std::string name = text(program->second.information, "companyName"); !name.empty())
+      challenge.merchant = name;
   }
 
   // Marks the token's authorization (when the sandbox has one) as finished by the shopper.
@@ -229,12 +265,17 @@ struct Pages {
     }
     const std::string returnUrl = redirectOf(token);
     if (method == "card" && number == kChallengeCard) {
-      std::lock_guard<std::mutex> lock(mutex);
-      const std::string session = "3ds" + std::to_string(nextChallenge++);
       // The form service returns to the host's URL when the authorization names one.
       const bool toHost = !returnUrl.empty() && body.contains("data");
-      challenges[session] = {token, shopperData, toHost ? returnUrl : text(body, "continueUrl"),
-                             text(body, "data")};
+      Challenge challenge;
+      challenge.token = token;
+      challenge.shopperData = shopperData;
+      challenge.continueUrl = toHost ? returnUrl : text(body, "continueUrl");
+      challenge.data = text(body, "data");
+      describePayment(token, challenge);
+      std::lock_guard<std::mutex> lock(mutex);
+      const std::string session = "3ds" + std::to_string(nextChallenge++);
+      challenges[session] = std::move(challenge);
       std::string lang = text(body, "locale");
       return {{"outcome", "challenge"},
               {"challengeUrl", baseUrl + "/providers/3ds/challenge?session=" + session + "&lang=" +
@@ -259,6 +300,35 @@ struct Pages {
     }
     mark(challenge.token, true, challenge.shopperData);
     return {{"outcome", "approved"}, {"continueUrl", challenge.continueUrl}, {"data", challenge.data}};
+  }
+
+  // The shopper gave up at the challenge: the payment is declined and the session ends.
+  json::object cancel(const json::object& body) {
+    Challenge challenge;
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      auto it = challenges.find(text(body, "session"));
+      if (it == challenges.end()) return {{"outcome", "invalid"}, {"message", "Unknown session."}};
+      challenge = std::move(it->second);
+      challenges.erase(it);
+    }
+    mark(challenge.token, false, challenge.shopperData);
+    return {{"outcome", "cancelled"}};
+  }
+
+  // The challenge page of `session` (an unknown one shows the sandbox's merchant and no amount).
+  std::string challengePage(const std::string& session, const std::string& lang) {
+    Challenge shown;
+    shown.merchant = kSandboxMerchant;
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      if (auto it = challenges.find(session); it != challenges.end()) shown = it->second;
+    }
+    std::string page = replaced(pages::challengePage(), "@SESSION@", htmlEscaped(session));
+    page = replaced(page, "@LANG@", htmlEscaped(lang));
+    page = replaced(page, "@MERCHANT@", htmlEscaped(shown.merchant));
+    page = replaced(page, "@AMOUNT@", htmlEscaped(shown.amount));
+    return replaced(page, "@CURRENCY@", htmlEscaped(shown.currency));
   }
 };
 
@@ -312,18 +382,22 @@ void registerProviderPages(httplib::Server& server, const std::string& baseUrl, 
     page = replaced(page, "@TOKEN@", htmlEscaped(token));
     response.set_content(replaced(page, "@CONTINUE@", htmlEscaped(continueUrl)), "text/html; charset=utf-8");
   });
-  server.Get("/providers/3ds/challenge", [](const httplib::Request& request, httplib::Response& response) {
-    std::string page =
-        replaced(pages::challengePage(), "@SESSION@", htmlEscaped(request.get_param_value("session")));
-    response.set_content(replaced(page, "@LANG@", htmlEscaped(request.get_param_value("lang"))),
-                         "text/html; charset=utf-8");
-  });
+  server.Get("/providers/3ds/challenge",
+             [shared](const httplib::Request& request, httplib::Response& response) {
+               response.set_content(
+                   shared->challengePage(request.get_param_value("session"), request.get_param_value("lang")),
+                   "text/html; charset=utf-8");
+             });
   serveJSONCall(server, "/providers/authorize", shared, &Pages::authorize);
   serveJSONCall(server, "/providers/3ds/verify", shared, &Pages::verify);
-  servePage(server, "/providers/return", "Returned to the shop");
-  servePage(server, "/callbacks/payon", "Payment processed");
-  servePage(server, "/callbacks/paypal/success/", "PayPal payment approved");
-  servePage(server, "/callbacks/paypal/cancel/", "PayPal payment cancelled");
+  serveJSONCall(server, "/providers/3ds/cancel", shared, &Pages::cancel);
+  servePage(server, "/providers/return", "Returned to the shop",
+            "The payment page has finished; the shop takes it from here.");
+  servePage(server, "/callbacks/payon", "Payment processed", "The card gateway has processed the payment.");
+  servePage(server, "/callbacks/paypal/success/", "PayPal payment approved",
+            "PayPal approved the payment; the shop completes it now.");
+  servePage(server, "/callbacks/paypal/cancel/", "PayPal payment cancelled",
+            "The payment with PayPal was cancelled; nothing was charged.", true);
 }
 
 }  // namespace brivane::sandbox
