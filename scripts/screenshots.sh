@@ -52,6 +52,9 @@ type_fields='(function (d) {
   type("holder", "Erika Mustermann");
 })(document)'
 shot provider0-corrected --provider 0 --options VISA,MSTRCRD --token demo --script "$type_fields"
+# A dark desktop and no host colours: the pages follow it.
+GTK_THEME=Adwaita:dark shot provider0-dark --provider 0 --options VISA,MSTRCRD --token demo --script "$type_fields"
+GTK_THEME=Adwaita:dark shot provider3-dark --provider 3 --options VISA,MSTRCRD --token demo --mode 1 --store
 
 # The 3-D Secure challenge and PayPal's approval page, from a standalone sandbox, shown through
 # the PayU path (which loads any URL).

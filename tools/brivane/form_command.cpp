@@ -84,8 +84,8 @@ std::vector<std::string> splitCodes(const std::string& text) {
 
 std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest* request) {
   static const std::vector<std::string> known = {
-      "provider", "options",    "token",   "mode",    "provider-mode", "redirect",   "api-url",
-      "style",    "deployment", "seconds", "shopper", "size",          "screenshot", "sandbox"};
+      "provider",   "options", "token",   "mode", "provider-mode", "redirect", "api-url", "style",
+      "deployment", "seconds", "shopper", "size", "screenshot",    "sandbox",  "script"};
   for (const auto& [name, value] : parsed.named) {
     if (std::find(known.begin(), known.end(), name) == known.end()) return "unknown option --" + name;
   }
