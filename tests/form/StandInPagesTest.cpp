@@ -131,6 +131,17 @@ TEST_F(StandInPagesTest, AnErrorShowsOncePerFieldTiedToItAndGoesOnceTheFieldIsRi
         "out");
     EXPECT_EQ(seen, (json::array{1, 1, true, 0, "12 / 39", false, false}));
   }
+  // The security code's own hint is no error: it stays, and stays tied to the field.
+  restart();
+  auto style = std::make_shared<QPFormStyle>();
+  style->setPaymentFormShowCVVHint(true);
+  open(QPPaymentProviderPayon, {"VISA"}, "cvv-hint", style);
+  EXPECT_EQ(inputs("var i = qpField('cvv'), out = [];"
+                   "qpType(i, '12'); out.push(qpHints(i).length, i.getAttribute('aria-describedby').split(' "
+                   "').length);"
+                   "qpType(i, '123'); var h = qpGroupOf(i).querySelector('.wpwl-hint-cvv');"
+                   "out.push(qpHints(i).length, !!h && i.getAttribute('aria-describedby') === h.id); out"),
+            (json::array{1, 2, 0, true}));
 }
 
 TEST_F(StandInPagesTest, CardDigitsAndExpiryAreFormattedAsTypedAndTheBrandIsAnnounced) {
@@ -311,15 +322,16 @@ TEST_F(StandInPagesTest, ADarkDesktopDarkensThePageUnlessTheHostChoseColours) {
     open(c.provider, {"VISA"}, "dark", c.style);
     // The page, the inputs' document, its text on it and what is typed into a field; with the
     // host's colours the field's text is the host's navy.
-    const json::value seen = inputs(std::string(kContrast) +
-                                    "var i = qpField('holder'), s = getComputedStyle(i);"
-                                    "var page = getComputedStyle(document.body).backgroundColor;"
-                                    "var inner = getComputedStyle(qpDoc.body);"
-                                    "var label = getComputedStyle(qpGroupOf(i).querySelector('[class*=label]')).color;"
-                                    "[qpLum(page) < 0.1, qpLum(inner.backgroundColor) < 0.1,"
-                                    " qpContrast(label, inner.backgroundColor) >= 4.5,"
-                                    " qpContrast(s.color, s.backgroundColor === 'rgba(0, 0, 0, 0)' ?"
-                                    " inner.backgroundColor : s.backgroundColor) >= 4.5, s.color]");
+    const json::value seen =
+        inputs(std::string(kContrast) +
+               "var i = qpField('holder'), s = getComputedStyle(i);"
+               "var page = getComputedStyle(document.body).backgroundColor;"
+               "var inner = getComputedStyle(qpDoc.body);"
+               "var label = getComputedStyle(qpGroupOf(i).querySelector('[class*=label]')).color;"
+               "[qpLum(page) < 0.1, qpLum(inner.backgroundColor) < 0.1,"
+               " qpContrast(label, inner.backgroundColor) >= 4.5,"
+               " qpContrast(s.color, s.backgroundColor === 'rgba(0, 0, 0, 0)' ?"
+               " inner.backgroundColor : s.backgroundColor) >= 4.5, s.color]");
     ASSERT_TRUE(seen.is_array()) << json::serialize(seen);
     const json::array& values = seen.as_array();
     EXPECT_EQ(values[0], json::value(c.dark));

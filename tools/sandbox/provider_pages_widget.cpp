@@ -104,7 +104,10 @@ constexpr const char* kWidget = R"JS(
       form.appendChild(field("cardNumber", T.cardNumber, number));
       form.appendChild(announcer.node);
       var cvv = field("cvv", T.cvv, cvvInput);
-      if (options.showCVVHint) cvv.appendChild(el("div", { "class": "wpwl-hint wpwl-hint-cvv" }, ["3 digits on the back of the card"]));
+      if (options.showCVVHint) {
+        cvv.appendChild(el("div", { "class": "wpwl-hint wpwl-hint-cvv", id: cvvInput.id + "-hint" }, ["3 digits on the back of the card"]));
+        cvvInput.setAttribute("aria-describedby", cvvInput.id + "-hint");
+      }
       var expiry = input("card.expiry", "expiry", "MM / YY", "numeric");
       qpFormatAsTyped(expiry, qpFormatExpiry);
       form.appendChild(el("div", { "class": "wpwl-row" }, [field("expiry", T.expiry, expiry), cvv]));
