@@ -43,6 +43,9 @@ shot provider0-toolbar --provider 0 --options VISA,MSTRCRD --token demo --focus
 shot provider3-toolbar --provider 3 --options VISA --token demo --focus
 shot provider0-declined --provider 0 --options VISA --token demo --shopper decline
 shot provider3-declined --provider 3 --options VISA,MSTRCRD --token demo --shopper decline
+shot provider2-paypal-declined --provider 2 --options PAYPAL --token demo --shopper decline
+# Where PayPal's approval leads: the platform's success page.
+shot provider2-paypal-approved --provider 2 --options PAYPAL --token demo --shopper approve
 # A corrected field: the expiry was refused ("13 / 39") and then typed as "1239"; the card
 # number is still wrong and keeps its one error.
 type_fields='(function (d) {
