@@ -142,6 +142,10 @@ TEST_F(StandInPagesTest, AnErrorShowsOncePerFieldTiedToItAndGoesOnceTheFieldIsRi
                    "qpType(i, '123'); var h = qpGroupOf(i).querySelector('.wpwl-hint-cvv');"
                    "out.push(qpHints(i).length, !!h && i.getAttribute('aria-describedby') === h.id); out"),
             (json::array{1, 2, 0, true}));
+  // The template's own check, which the form's validateElement asks, takes the expiry as typed.
+  EXPECT_EQ(inputs("qpField('expiry').value = '1239'; [validateElement('expiry'), "
+                   "qpField('expiry').hasAttribute('aria-invalid')]"),
+            (json::array{true, false}));
 }
 
 TEST_F(StandInPagesTest, CardDigitsAndExpiryAreFormattedAsTypedAndTheBrandIsAnnounced) {
