@@ -77,7 +77,8 @@ struct StoredPaymentOption {
 /// A payment opened by initAuthorize or made directly by authorize / payToAccount.
 struct Payment {
   std::string uniqueReference;
-  std::string state;  ///< see the payment routes for the states and their transitions
+  std::string userId;  ///< the user who opened it: the only one who may read or change it
+  std::string state;   ///< see the payment routes for the states and their transitions
   std::string accno;
   std::int64_t amount = 0;  ///< minor units
   std::int64_t capturedAmount = 0;
