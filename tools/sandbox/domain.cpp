@@ -63,6 +63,15 @@ std::string amountText(std::int64_t minor) {
   return (minor < 0 ? "-" : "") + std::to_string(magnitude / 100) + "." + fraction;
 }
 
+std::string amountRefusal(std::string_view key) {
+  return "'" + std::string(key) + "' must be a positive amount with at most two decimals, at most " +
+         amountText(kMaxMinorUnits) + ".";
+}
+
+std::string currencyRefusal(std::string_view code) {
+  return "'" + std::string(code) + "' is not a currency code of the sandbox (" + kCurrencies + ").";
+}
+
 bool knownCurrency(std::string_view code) {
   static constexpr std::array<std::string_view, 10> kCodes = {"EUR", "USD", "GBP", "CHF", "PLN",
                                                               "CZK", "HUF", "SEK", "NOK", "DKK"};

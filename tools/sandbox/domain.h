@@ -31,11 +31,15 @@ std::optional<std::int64_t> bookedBalance(std::int64_t balance, std::int64_t amo
 boost::json::value majorUnits(std::int64_t minor);
 /// Minor units as text for messages: "12.50", "-0.25".
 std::string amountText(std::int64_t minor);
+/// The refusal text of an amount parameter `key` that `amountOf` does not take.
+std::string amountRefusal(std::string_view key);
 
 // --- currencies ----------------------------------------------------------------------------
 
 /// Whether `code` is one of the currencies the sandbox knows (see kCurrencies).
 bool knownCurrency(std::string_view code);
+/// The refusal text of a currency code that `knownCurrency` does not take.
+std::string currencyRefusal(std::string_view code);
 /// The known currencies, for messages: "EUR, USD, GBP, CHF, PLN, CZK, HUF, SEK, NOK, DKK".
 inline constexpr const char* kCurrencies = "EUR, USD, GBP, CHF, PLN, CZK, HUF, SEK, NOK, DKK";
 

@@ -149,8 +149,7 @@ void createAccount(Sandbox::State& state, const httplib::Request& req, httplib::
   account.userId = userId;
   if (std::string currency = text(*params, "currCode"); !currency.empty()) {
     if (!knownCurrency(currency)) {
-      sendPlatformError(res, 400, "4113",
-                        "'" + currency + "' is not a currency code of the sandbox (" + kCurrencies + ").");
+      sendPlatformError(res, 400, "4113", currencyRefusal(currency));
       return;
     }
     account.currency = currency;

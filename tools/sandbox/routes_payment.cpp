@@ -92,16 +92,13 @@ std::optional<Payment> openPayment(Sandbox::State& state, const json::object& pa
   if (amount == nullptr) return refuseMissing(res, "presentationAmount"), std::nullopt;
   std::optional<std::int64_t> minor = amountOf(amount);
   if (!minor) {
-    refuse(res, 400, "6103",
-           "'presentationAmount' must be a positive amount with at most two decimals, at most " +
-               amountText(kMaxMinorUnits) + ".");
+    refuse(res, 400, "6103", amountRefusal("presentationAmount"));
     return std::nullopt;
   }
   std::optional<std::string> currency = textParam(params, "presentationCurrCode");
   if (!currency) return refuseMissing(res, "presentationCurrCode"), std::nullopt;
   if (!knownCurrency(*currency)) {
-    refuse(res, 400, "6117",
-           "'" + *currency + "' is not a currency code of the sandbox (" + kCurrencies + ").");
+    refuse(res, 400, "6117", currencyRefusal(*currency));
     return std::nullopt;
   }
   for (const auto& [key, value] : params)
@@ -342,10 +339,7 @@ void capture(Sandbox::State& state, const json::object& params, const std::strin
   std::int64_t amount = payment->amount;
   if (const json::value* modified = params.if_contains("modifiedAmount")) {
     std::optional<std::int64_t> minor = amountOf(modified);
-    if (!minor)
-      return refuse(res, 400, "6103",
-                    "'modifiedAmount' must be a positive amount with at most two decimals, at most " +
-                        amountText(kMaxMinorUnits) + ".");
+    if (!minor) return refuse(res, 400, "6103", amountRefusal("modifiedAmount"));
     if (*minor > payment->amount)
       return refuse(res, 400, "6113",
                     "The capture amount " + amountText(*minor) + " exceeds the authorized amount " +

@@ -80,6 +80,14 @@ std::int64_t transferredToday(const Store& store, const std::string& accno) {
   return sum;
 }
 
+// The amount parameter `key`; nil after refusing it with `code`.
+std::optional<std::int64_t> amountParam(const json::object& params, const char* key, const char* code,
+                                        httplib::Response& res) {
+  std::optional<std::int64_t> amount = amountOf(params.if_contains(key));
+  if (!amount) sendPlatformError(res, 400, code, amountRefusal(key));
+  return amount;
+}
+
 void transferAmount(Sandbox::State& state, const httplib::Request& req, httplib::Response& res) {
   auto call = openAccount(state, req, res);
   if (!call) return;
@@ -87,13 +95,8 @@ void transferAmount(Sandbox::State& state, const httplib::Request& req, httplib:
   Account& sender = *call->account;
   const json::object& params = call->params;
   const std::string carrierNumber = text(params, "carrierNumber");
-  std::optional<std::int64_t> amount = amountOf(params.if_contains("transferAmount"));
-  if (!amount) {
-    sendPlatformError(res, 400, "4130",
-                      "'transferAmount' must be a positive amount with at most two decimals, at most " +
-                          amountText(kMaxMinorUnits) + ".");
-    return;
-  }
+  std::optional<std::int64_t> amount = amountParam(params, "transferAmount", "4130", res);
+  if (!amount) return;
   std::string currency = text(params, "transferCurrCode");
   if (currency.empty()) currency = sender.currency;
   if (currency != sender.currency) {
@@ -169,13 +172,8 @@ void calculateFees(Sandbox::State& state, const httplib::Request& req, httplib::
     sendPlatformError(res, 400, "4150", "No fees are defined for transaction type '" + type + "'.");
     return;
   }
-  std::optional<std::int64_t> amount = amountOf(params.if_contains("amount"));
-  if (!amount) {
-    sendPlatformError(res, 400, "4151",
-                      "'amount' must be a positive amount with at most two decimals, at most " +
-                          amountText(kMaxMinorUnits) + ".");
-    return;
-  }
+  std::optional<std::int64_t> amount = amountParam(params, "amount", "4151", res);
+  if (!amount) return;
   const std::string currency = call->account->currency;
   const std::int64_t fee = feeFor(*rule, *amount);
   json::object answer = state.successEnvelope(params);
@@ -192,8 +190,7 @@ void calculateFees(Sandbox::State& state, const httplib::Request& req, httplib::
   }};
   const std::string requested = text(params, "currCode");
   if (!requested.empty() && !knownCurrency(requested)) {
-    sendPlatformError(res, 400, "4113",
-                      "'" + requested + "' is not a currency code of the sandbox (" + kCurrencies + ").");
+    sendPlatformError(res, 400, "4113", currencyRefusal(requested));
     return;
   }
   if (!requested.empty() && requested != currency) {
@@ -214,13 +211,8 @@ void checkLimits(Sandbox::State& state, const httplib::Request& req, httplib::Re
   if (!call) return;
   const json::object& params = call->params;
   const std::string type = text(params, "transactionTypeCode");
-  std::optional<std::int64_t> amount = amountOf(params.if_contains("amount"));
-  if (!amount) {
-    sendPlatformError(res, 400, "4151",
-                      "'amount' must be a positive amount with at most two decimals, at most " +
-                          amountText(kMaxMinorUnits) + ".");
-    return;
-  }
+  std::optional<std::int64_t> amount = amountParam(params, "amount", "4151", res);
+  if (!amount) return;
   json::array limits;
   for (const LimitRule& limit : kLimits) {
     if (type != limit.transactionTypeCode) continue;
