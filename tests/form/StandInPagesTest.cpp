@@ -90,6 +90,14 @@ class StandInPagesTest : public ::testing::Test {
     form_->setPaymentProvider(provider);
     form_->renderWithPaymentOptions(options, token, style);
     ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    if (provider == QPPaymentProviderPayU || provider == QPPaymentProviderPayPal) return;
+    // The card inputs are built once the provider's script (or the form service) has started.
+    ASSERT_TRUE(pumpUntil(
+        [this] {
+          return inputs("!!(qpDoc && qpDoc.querySelector('form input:not([type=hidden])'))") ==
+                 json::value(true);
+        },
+        10));
   }
   json::value evaluate(const std::string& script) { return formtest::evaluateIn(*form_, script); }
   json::value inputs(const std::string& script) { return evaluate(std::string(kInputs) + script); }
