@@ -29,11 +29,6 @@
 namespace brivane::sandbox {
 namespace {
 
-constexpr const char* kChallengeCard = "4000000000003220";
-constexpr const char* kDeclinedCard = "4000000000000002";
-constexpr const char* kDeclinedIban = "DE02120300000000202051";
-constexpr const char* kChallengeCode = "1234";
-
 constexpr const char* kResultPage = R"HTML(<!DOCTYPE html>
 <html><head><meta charset="utf-8"><title>@TITLE@</title></head>
 <body><h1>@TITLE@</h1></body></html>
@@ -171,15 +166,15 @@ struct Pages {
       return {{"outcome", "invalid"}, {"field", problem}, {"message", "The " + problem + " is not valid."}};
     }
     const std::string number = compacted(text(body, "cardNumber"));
-    const bool declined = (method == "card" && number == kDeclinedCard) ||
-                          (method == "sepa" && compacted(text(body, "iban")) == kDeclinedIban) ||
+    const bool declined = (method == "card" && number == kDeclinedTestCard) ||
+                          (method == "sepa" && compacted(text(body, "iban")) == kDeclinedTestIban) ||
                           (method == "paypal" && text(body, "payer").find("decline") != std::string::npos);
     if (declined) {
       mark(token, false, shopperData);
       return {{"outcome", "declined"}};
     }
     const std::string returnUrl = redirectOf(token);
-    if (method == "card" && number == kChallengeCard) {
+    if (method == "card" && number == kChallengeTestCard) {
       std::lock_guard<std::mutex> lock(mutex);
       const auto now = std::chrono::steady_clock::now();
       std::erase_if(challenges,
