@@ -158,6 +158,12 @@ TEST(SandboxSafety, SlowClientsAndDelaysLeaveTheSandboxsOwnEndpointsAnswering) {
   Sandbox sandbox(options);
   ASSERT_TRUE(sandbox.start());
 
+  // A delay fault longer than the deadline is no slow client: its answer comes.
+  sandbox.injectFault("/settings/country", Fault::Delay, 1, std::chrono::seconds(2));
+  httplib::Client patient(sandbox.baseUrl());
+  patient.set_read_timeout(std::chrono::seconds(30));
+  EXPECT_TRUE(patient.Get("/settings/country"));
+
   std::vector<std::unique_ptr<RawConnection>> drips;
   for (int i = 0; i < 40; ++i) drips.push_back(std::make_unique<RawConnection>(sandbox.port()));
   std::atomic<bool> dripping{true};

@@ -397,9 +397,17 @@ void RequestDeadline::answered(int peerPort) {
 
 void RequestDeadline::delayed(int peerPort, std::chrono::milliseconds delay) {
   std::lock_guard lock(mutex_);
-  for (auto& [key, connection] : connections_)
-    if (key.second == peerPort) connection.allowance += delay;
-  if (auto it = activity_.find(peerPort); it != activity_.end()) it->second.allowance += delay;
+  bool seen = false;
+  for (auto& [key, connection] : connections_) {
+    if (key.second != peerPort) continue;
+    connection.allowance += delay;
+    seen = true;
+  }
+  if (!seen) {  // a connection newer than the last scan: its request began just now
+    activity_[peerPort] = Connection{Clock::now(), delay};
+  } else if (auto it = activity_.find(peerPort); it != activity_.end()) {
+    it->second.allowance += delay;
+  }
 }
 
 void RequestDeadline::watch(int port, std::chrono::milliseconds deadline) {
@@ -411,12 +419,14 @@ void RequestDeadline::watch(int port, std::chrono::milliseconds deadline) {
     std::map<std::pair<int, int>, Connection> open;
     std::vector<int> late;
     forEachAcceptedConnection(port, [&](int fd, int peerPort) {
+      // A connection's request began when it opened or with its last answer, whichever came
+      // later. (The activity of a port not open at the last scan belongs to this connection.)
       auto known = connections_.find({fd, peerPort});
-      Connection connection = known != connections_.end() ? known->second : Connection{now, {}};
-      // The connection's current request began with its last answer, if that came later.
-      if (auto answer = activity_.find(peerPort);
-          answer != activity_.end() && answer->second.since > connection.since)
-        connection = answer->second;
+      auto answer = activity_.find(peerPort);
+      Connection connection = known != connections_.end() ? known->second
+                              : answer != activity_.end() ? answer->second
+                                                          : Connection{now, {}};
+      if (answer != activity_.end() && answer->second.since > connection.since) connection = answer->second;
       if (now - connection.since > deadline + connection.allowance) late.push_back(fd);
       open[{fd, peerPort}] = connection;
     });

@@ -45,6 +45,13 @@ inline constexpr const char* kCurrencies = "EUR, USD, GBP, CHF, PLN, CZK, HUF, S
 
 // --- cards and bank accounts ---------------------------------------------------------------
 
+/// The documented test data, the only card numbers and IBAN the sandbox treats specially.
+inline constexpr const char* kApprovedTestCard = "4111111111111111";  ///< approved by authorize, payToAccount
+inline constexpr const char* kDeclinedTestCard = "4000000000000002";  ///< declined by routes and pages
+inline constexpr const char* kChallengeTestCard = "4000000000003220";       ///< pages: a 3-D Secure challenge
+inline constexpr const char* kChallengeCode = "1234";                       ///< the code that passes it
+inline constexpr const char* kDeclinedTestIban = "DE02120300000000202051";  ///< declined by the pages
+
 /// The value as shoppers type it, without blanks and dashes, upper-cased.
 std::string compacted(std::string_view value);
 /// Whether `number` is 12 to 19 digits (nothing else) passing the Luhn check.

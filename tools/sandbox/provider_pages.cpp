@@ -29,11 +29,6 @@
 namespace brivane::sandbox {
 namespace {
 
-constexpr const char* kChallengeCard = "4000000000003220";
-constexpr const char* kDeclinedCard = "4000000000000002";
-constexpr const char* kDeclinedIban = "DE02120300000000202051";
-constexpr const char* kChallengeCode = "1234";
-
 // Where a page ends: the shop's return page and the platform's callbacks, in the stand-ins' look.
 constexpr const char* kResultPage = R"HTML(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
@@ -205,15 +200,15 @@ struct Pages {
       return {{"outcome", "invalid"}, {"field", problem}, {"message", "The " + problem + " is not valid."}};
     }
     const std::string number = compacted(text(body, "cardNumber"));
-    const bool declined = (method == "card" && number == kDeclinedCard) ||
-                          (method == "sepa" && compacted(text(body, "iban")) == kDeclinedIban) ||
+    const bool declined = (method == "card" && number == kDeclinedTestCard) ||
+                          (method == "sepa" && compacted(text(body, "iban")) == kDeclinedTestIban) ||
                           (method == "paypal" && text(body, "payer").find("decline") != std::string::npos);
     if (declined) {
       mark(token, false, shopperData);
       return {{"outcome", "declined"}};
     }
     const std::string returnUrl = redirectOf(token);
-    if (method == "card" && number == kChallengeCard) {
+    if (method == "card" && number == kChallengeTestCard) {
       // The form service returns to the host's URL when the authorization names one.
       const bool toHost = !returnUrl.empty() && body.contains("data");
       Challenge challenge;

@@ -27,9 +27,6 @@
 namespace brivane::sandbox {
 namespace {
 
-constexpr const char* kApprovedCard = "4111111111111111";
-constexpr const char* kDeclinedCard = "4000000000000002";
-
 // Request keys kept as the payment's details (everything but the identifying and base keys).
 bool isDetail(std::string_view key) {
   return key != "partnerReference" && key != "programCode" && key != "localDate" && key != "localTime" &&
@@ -144,11 +141,11 @@ bool chargeCard(Sandbox::State& state, Payment& payment, const json::object& par
   if (textParam(params, "storedPaymentOptionReference")) return true;
   std::optional<std::string> card = textParam(params, "carrierNumber");
   if (!card) return refuseMissing(res, "carrierNumber"), false;
-  if (*card == kApprovedCard) {
+  if (*card == kApprovedTestCard) {
     payment.details["carrierNumber"] = maskedCard(*card);
     return true;
   }
-  if (*card == kDeclinedCard) {
+  if (*card == kDeclinedTestCard) {
     payment.details["carrierNumber"] = maskedCard(*card);
     payment.state = "DECLINED";
     state.store.payments[payment.uniqueReference] = payment;
@@ -156,8 +153,8 @@ bool chargeCard(Sandbox::State& state, Payment& payment, const json::object& par
     return false;
   }
   refuse(res, 400, "6106",
-         "Not a sandbox test card: use " + std::string(kApprovedCard) + " (approved) or " + kDeclinedCard +
-             " (declined).");
+         "Not a sandbox test card: use " + std::string(kApprovedTestCard) + " (approved) or " +
+             kDeclinedTestCard + " (declined).");
   return false;
 }
 
