@@ -8,12 +8,13 @@
 
 #include <boost/json.hpp>
 
+#include "sandbox/domain.h"
+
 namespace brivane::sandbox {
 namespace {
 
 namespace json = boost::json;
 
-constexpr const char* kChallengeCode = "1234";
 constexpr const char* kHolder = "Erika Mustermann";
 
 constexpr const char* kStep = R"JS((function (mode) {
@@ -138,8 +139,8 @@ ShopperCard shopperCard(ShopperMode mode) {
   std::tm local{};
   localtime_r(&now, &local);
   ShopperCard card;
-  card.number = mode == ShopperMode::Decline     ? "4000000000000002"
-                : mode == ShopperMode::Challenge ? "4000000000003220"
+  card.number = mode == ShopperMode::Decline     ? kDeclinedTestCard
+                : mode == ShopperMode::Challenge ? kChallengeTestCard
                                                  : "4200000000000000";
   card.expiryYear = local.tm_year + 1900 + 5;
   return card;
