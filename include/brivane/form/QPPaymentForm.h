@@ -18,8 +18,6 @@
 
 namespace brivane {
 
-class CustomWebView;
-
 /// The payment form: a GTK widget that shows a payment provider's card, SEPA, PayPal or PayU
 /// page in an embedded web engine and reports the outcome through callbacks.
 ///
@@ -187,9 +185,6 @@ class QPPaymentForm : public Gtk::Box {
   /// Whether PayU's dimmed overlay (shown for the 3 s before its success) is showing.
   bool isOverlayShown() const;
 
-  /// The engine view (internal type; see CustomWebView.h in the sources).
-  CustomWebView& webView();
-
   /// Called once by `warmUp`: true when the engine is ready, false when the warm-up ended
   /// without becoming ready (no display, the engine failed to start, or `releaseWarmUp`).
   using WarmUpCallback = std::function<void(bool ready)>;
@@ -220,9 +215,9 @@ class QPPaymentForm : public Gtk::Box {
   /// a warm-up. Does nothing without a warm-up. GTK main thread only.
   static void releaseWarmUp();
 
-  struct Impl;
-
  private:
+  struct Impl;
+  friend class QPPaymentFormInternals;
   void defaultInit();
   std::shared_ptr<Impl> impl_;
 };
