@@ -173,6 +173,8 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   bool isAlreadySubmitted = false;
   bool isAuthParamsAccepted = false;
   bool currentLoadFailed = false;
+  // The URL the form itself asked the view to load (PayU's page, a link it loads), until it shows.
+  std::optional<std::string> requestedURL;
   // The form service's page of the current render: whether it showed its form, and the notice
   // shown when it did not in time (its own later error is the same news: dropped meanwhile).
   unsigned renderGeneration = 0;
@@ -567,7 +569,10 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     context.isFormFinished = isFormFinished;
     NavigationOutcome outcome = NavigationPolicy::decide(context, request);
     if (outcome.showIndicator) addActivityInd();
-    if (outcome.decision == NavigationDecision::LoadInView && webView) webView->loadURL(request.url);
+    if (outcome.decision == NavigationDecision::LoadInView && webView) {
+      requestedURL = request.url;
+      webView->loadURL(request.url);
+    }
     return outcome;
   }
 
@@ -625,9 +630,26 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     });
   }
 
+  // The engine refuses some addresses (ports it blocks) without a failure: it finishes an empty
+  // page instead. A form that asked for a URL and got that has failed to load.
+  bool refusedByTheEngine() {
+    if (!requestedURL || currentLoadFailed || !webView) return false;
+    const char* shown = webkit_web_view_get_uri(webView->view());
+    if (shown == nullptr || std::string_view(shown) != "about:blank" || *requestedURL == "about:blank")
+      return false;
+    const std::string url = *requestedURL;
+    requestedURL.reset();
+    currentLoadFailed = true;
+    removeActivityInd();
+    reportError(boost::json::string("The page " + url + " could not be loaded: the address is not allowed."));
+    return true;
+  }
+
   void didStartNavigation() { currentLoadFailed = false; }
 
   void didFinishNavigation() {
+    if (refusedByTheEngine()) return;
+    requestedURL.reset();
     if (profile().page != ProviderPage::FormService) removeActivityInd();
     // WebKitGTK reports a failed load as finished too: that is not a page.
     if (currentLoadFailed || isWebViewLoaded) return;
@@ -1005,8 +1027,10 @@ void QPPaymentForm::renderWithPaymentOptions(const std::optional<std::vector<std
   };
   self.watchFormService();
   if (rendered.isPayU) {
+    self.requestedURL = rendered.url;
     self.webView->loadURL(rendered.url);
   } else {
+    self.requestedURL.reset();
     self.webView->loadHTML(rendered.html, rendered.url);
   }
 }

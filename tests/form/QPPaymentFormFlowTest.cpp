@@ -704,7 +704,8 @@ TEST_F(QPPaymentFormFlowTest, TheToolbarGoesWhenTheFramesPageIsReplaced) {
       "true";
   ASSERT_TRUE(pumpUntil([&] { return evaluate(focus) == boost::json::value(true); }, 10));
   ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
-  evaluate("document.getElementById('qp-frame').src = '" + base() + "/providers/return?challenge=1'; true");
+  evaluate("document.getElementById('qp-frame').src = '" + base() +
+           "/providers/3ds/challenge?session=frame'; true");
   EXPECT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
 }
 
