@@ -46,8 +46,10 @@ shot provider0-declined --provider 0 --options VISA --token demo --shopper decli
 GTK_THEME=Adwaita:dark shot dark-theme --provider 0 --options VISA,MSTRCRD --token demo --focus
 shot keyboard-focus --provider 3 --options VISA --token demo --focus
 
-# A form service that takes the connection and never answers: the busy overlay while the form
-# waits for it, then the notice with "Try again".
+# The busy overlay while the form waits for a form service that is not there (a closed port: the
+# page has loaded, its frame has not), and a form service that takes the connection and never
+# answers: the notice with "Try again".
+shot busy-overlay --provider 5 --options VISA --token demo --api-url "http://127.0.0.1:9/"
 silent_port_file=$(mktemp)
 python3 -c 'import socket, sys, time
 s = socket.socket(); s.bind(("127.0.0.1", 0)); s.listen(16)
@@ -55,7 +57,6 @@ print(s.getsockname()[1], flush=True); time.sleep(120)' >"$silent_port_file" &
 silent_pid=$!
 for _ in $(seq 50); do [[ -s "$silent_port_file" ]] && break; sleep 0.1; done
 silent="http://127.0.0.1:$(cat "$silent_port_file")/"
-shot busy-overlay --provider 5 --options VISA --token demo --api-url "$silent"
 shot service-unavailable --provider 5 --options VISA --token demo --api-url "$silent" --shopper approve
 kill "$silent_pid" 2>/dev/null || true
 rm -f "$silent_port_file"
