@@ -179,6 +179,7 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   // shown when it did not in time (its own later error is the same news: dropped meanwhile).
   unsigned renderGeneration = 0;
   bool formServiceReady = false;
+  bool serviceWaitArmed = false;
   std::unique_ptr<Gtk::Box> serviceNotice;
   std::function<void()> renderAgain;
   boost::json::value formPostParam;
@@ -259,11 +260,18 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
 
   // After a render of a form-service page: when its form has not shown within the wait, the
   // shopper sees a notice in the form's language with a way to try again, and the host hears why.
+  // The wait starts once the form's own page is there (the engine's start is not the service's).
   void watchFormService() {
-    const unsigned generation = ++renderGeneration;
+    ++renderGeneration;
     formServiceReady = false;
     removeServiceNotice();
-    if (profile().page != ProviderPage::FormService) return;
+    serviceWaitArmed = profile().page == ProviderPage::FormService;
+  }
+
+  void didCommitNavigation() {
+    if (!serviceWaitArmed) return;
+    serviceWaitArmed = false;
+    const unsigned generation = renderGeneration;
     later(
         [generation](Impl& self) {
           if (generation != self.renderGeneration || self.formServiceReady || self.isFormFinished) return;
@@ -764,6 +772,7 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
     auto self = held(data);
     if (event == WEBKIT_LOAD_STARTED) self->didStartNavigation();
+    if (event == WEBKIT_LOAD_COMMITTED) self->didCommitNavigation();
     if (event == WEBKIT_LOAD_FINISHED) self->didFinishNavigation();
   }
 
