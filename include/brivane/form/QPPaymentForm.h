@@ -25,6 +25,11 @@ namespace brivane {
 /// destroy it and expect every callback there. Work scheduled for later (script answers,
 /// timers) does nothing once the form is destroyed.
 ///
+/// Callbacks: a host may do anything inside any callback, destroying the form included (close the
+/// window when the form ends), rendering again or calling any public method. The form calls each
+/// callback last, through a copy, with arguments the host owns, and touches nothing of itself
+/// afterwards once it has been destroyed.
+///
 /// Use: set `mode`, `providerMode`, `paymentProvider`, `redirectURL`, `apiURL`, the
 /// callbacks, then call `renderWithPaymentOptions`. A rejected configuration goes to
 /// `onCancel`, or throws `std::invalid_argument` when no `onCancel` is set.
