@@ -60,6 +60,22 @@ silent="http://127.0.0.1:$(cat "$silent_port_file")/"
 shot service-unavailable --provider 5 --options VISA --token demo --api-url "$silent" --shopper approve
 kill "$silent_pid" 2>/dev/null || true
 rm -f "$silent_port_file"
+shot provider3-declined --provider 3 --options VISA,MSTRCRD --token demo --shopper decline
+shot provider2-paypal-declined --provider 2 --options PAYPAL --token demo --shopper decline
+# Where PayPal's approval leads: the platform's success page.
+shot provider2-paypal-approved --provider 2 --options PAYPAL --token demo --shopper approve
+# A corrected field: the expiry was refused ("13 / 39") and then typed as "1239"; the card
+# number is still wrong and keeps its one error.
+type_fields='(function (d) {
+  function type(name, value) { var i = d.querySelector("input[name=\x27card." + name + "\x27]"); i.value = value;
+    i.dispatchEvent(new InputEvent("input", { bubbles: true, inputType: "insertText" })); i.dispatchEvent(new Event("blur")); }
+  type("number", "4200 0000 0000 0001"); type("expiry", "13 / 39"); type("expiry", "1239"); type("cvv", "123");
+  type("holder", "Erika Mustermann");
+})(document)'
+shot provider0-corrected --provider 0 --options VISA,MSTRCRD --token demo --script "$type_fields"
+# A dark desktop and no host colours: the pages follow it.
+GTK_THEME=Adwaita:dark shot provider0-dark --provider 0 --options VISA,MSTRCRD --token demo --script "$type_fields"
+GTK_THEME=Adwaita:dark shot provider3-dark --provider 3 --options VISA,MSTRCRD --token demo --mode 1 --store
 
 # The 3-D Secure challenge and PayPal's approval page, from a standalone sandbox, shown through
 # the PayU path (which loads any URL).
@@ -69,5 +85,19 @@ while (echo >"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do port=$((port + 1)); don
 sandbox_pid=$!
 trap 'rm -f "$style"; kill "$sandbox_pid" 2>/dev/null || true' EXIT
 for _ in $(seq 50); do (echo >"/dev/tcp/127.0.0.1/$port") 2>/dev/null && break; sleep 0.1; done
-shot challenge-3ds --provider 1 --options PAYU --token "http://127.0.0.1:$port/providers/3ds/challenge?session=demo"
+# The challenge of a real payment of 12.50 EUR, in the form service's frame: the challenge card
+# is typed and submitted, and the window is taken once the challenge shows.
+base="http://127.0.0.1:$port"
+bearer=$(echo Demo-Pass-1 | "$tool" call auth getAccessTokenWithUserName --url "$base" --program BRIVANE \
+  --userName demo@brivane.test --password-file - --grantType password | sed -n 's/.*"access_token":"\([^"]*\)".*/\1/p')
+payment=$(BRIVANE_TOKEN=$bearer "$tool" call payment initAuthorize --url "$base" --program BRIVANE \
+  --set presentationAmount=12.50 --set presentationCurrCode=EUR --set ipAddr=127.0.0.1 |
+  sed -n 's/.*"authorizationToken":"\([^"]*\)".*/\1/p')
+challenge_card='(function (d) {
+  function type(name, value) { var i = d.querySelector("input[name=" + name + "]"); i.value = value;
+    i.dispatchEvent(new InputEvent("input", { bubbles: true, inputType: "insertText" })); }
+  type("cardNumber", "4000000000003220"); type("expiry", "1239"); type("cvv", "123"); type("cardHolder", "Erika Mustermann");
+  d.querySelector("button[type=submit]").click();
+})(document.getElementById("qp-frame").contentDocument)'
+shot challenge-3ds --sandbox "$base" --provider 3 --options VISA --token "$payment" --script "$challenge_card"
 shot paypal-approval --provider 1 --options PAYU --token "http://127.0.0.1:$port/providers/paypal/approve?token=demo"

@@ -242,7 +242,7 @@ TEST_F(QPPaymentFormEngineTest, PayUPageGetsTheCurrentLanguage) {
                                   base() + "/providers/payu/pay?orderId=7&lang=xx", nullptr);
   ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
   EXPECT_EQ(form_->paymentCode(), "PAYU");
-  EXPECT_EQ(evaluate("document.getElementById('lang').textContent"),
+  EXPECT_EQ(evaluate("document.getElementById('lang').getAttribute('data-lang')"),
             boost::json::value(QPUtils::getCurLocale()));
   EXPECT_EQ(evaluate("location.search"), boost::json::value("?orderId=7&lang=" + QPUtils::getCurLocale()));
 }

@@ -11,6 +11,7 @@
 
 #include "sandbox/SandboxState.h"
 #include "sandbox/Shopper.h"
+#include "sandbox/provider_pages.h"
 
 namespace brivane::sandbox {
 namespace {
@@ -81,6 +82,9 @@ TEST_F(ProviderPagesTest, AuthorizeChecksAndDecidesByTestData) {
       {"luhn", card("t5", "4200 0000 0000 0001"), "invalid", "cardNumber", false, false},
       {"expired", card("t6", "4200000000000000", "01/20"), "invalid", "expiry", false, false},
       {"month 13", card("t7", "4200000000000000", "13/39"), "invalid", "expiry", false, false},
+      {"expiry without a slash", card("t16", "4200000000000000", "1239"), "approved", "", true, false},
+      {"expiry as formatted", card("t17", "4200000000000000", "12 / 2039"), "approved", "", true, false},
+      {"expiry of five digits", card("t18", "4200000000000000", "12390"), "invalid", "expiry", false, false},
       {"amex with three digits", card("t8", "378282246310005", "12/39", "123"), "invalid", "cvv", false,
        false},
       {"no holder", card("t9", "4200000000000000", "12/39", "123", "E"), "invalid", "holder", false, false},
@@ -160,6 +164,68 @@ TEST_F(ProviderPagesTest, TheChallengeApprovesOnlyWithItsCodeAndOnce) {
   EXPECT_TRUE(ledger("c1").completedByShopper);
   EXPECT_EQ(post("/providers/3ds/verify", {{"session", session}, {"code", "1234"}}).at("outcome"),
             json::value("invalid"));
+}
+
+TEST_F(ProviderPagesTest, TheChallengeNamesMerchantAndAmountAndCanBeCancelled) {
+  {
+    std::lock_guard<std::mutex> lock(state_.mutex);
+    Payment payment;
+    payment.uniqueReference = "p1";
+    payment.amount = 4250;
+    payment.currency = "CHF";
+    payment.details["programAccno"] = "9000000042";
+    state_.store.payments["p1"] = payment;
+    state_.store.accounts["9000000042"].information["companyName"] = "Käse & <Co>";
+  }
+  seed("x1");
+  seed("x2");
+  {
+    std::lock_guard<std::mutex> lock(state_.mutex);
+    state_.store.authorizations["x1"].reference = "p1";
+  }
+  httplib::Client client("127.0.0.1", port_);
+  struct Case {
+    std::string token;
+    std::vector<std::string> shown;
+  };
+  const Case cases[] = {
+      {"x1", {"data-amount=\"4250\" data-currency=\"CHF\"", ">Käse &amp; &lt;Co&gt;</dd>"}},
+      // Storing a card, or a token the sandbox does not know: the sandbox's shop, no amount.
+      {"x2", {"data-amount=\"\" data-currency=\"\"", ">Brivane Sandbox Shop</dd>"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.token);
+    const std::string url(
+        post("/providers/authorize", card(c.token, "4000000000003220")).at("challengeUrl").as_string());
+    auto page = client.Get(url.substr(url.find("/providers/")));
+    ASSERT_TRUE(page);
+    for (const std::string& shown : c.shown) EXPECT_NE(page->body.find(shown), std::string::npos) << shown;
+    EXPECT_NE(page->body.find("id=\"challenge-cancel\""), std::string::npos);
+    const std::size_t at = url.find("session=") + 8;
+    const std::string session = url.substr(at, url.find('&', at) - at);
+    EXPECT_EQ(post("/providers/3ds/cancel", {{"session", session}}).at("outcome"), json::value("cancelled"));
+    EXPECT_TRUE(ledger(c.token).declined);
+    EXPECT_FALSE(ledger(c.token).completedByShopper);
+    // A cancelled challenge takes no code and cannot be cancelled again.
+    EXPECT_EQ(post("/providers/3ds/verify", {{"session", session}, {"code", "1234"}}).at("outcome"),
+              json::value("invalid"));
+    EXPECT_EQ(post("/providers/3ds/cancel", {{"session", session}}).at("outcome"), json::value("invalid"));
+    EXPECT_FALSE(ledger(c.token).completedByShopper);
+  }
+}
+
+TEST_F(ProviderPagesTest, PagesWhereTheShopperEndsLookLikeTheCardPages) {
+  httplib::Client client("127.0.0.1", port_);
+  for (const char* path : {"/providers/return?id=1", "/callbacks/payon",
+                           "/callbacks/paypal/success/?PayerID=P", "/callbacks/paypal/cancel/"}) {
+    SCOPED_TRACE(path);
+    auto page = client.Get(path);
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page->status, 200);
+    EXPECT_NE(page->body.find(pages::standInCSS()), std::string::npos);
+    EXPECT_NE(page->body.find("<h1 class=\"qp-title\">"), std::string::npos);
+    EXPECT_NE(page->body.find("<p class=\"qp-text\">"), std::string::npos);
+  }
 }
 
 TEST_F(ProviderPagesTest, TheFormServiceLearnsTheHostsReturnURL) {

@@ -43,6 +43,8 @@ const char* const kFormUsage =
     "                       then close (with --shopper: when the outcome has arrived)\n"
     "  --focus              show: put the focus into the page's first input once it has loaded\n"
     "                       (the form then shows its keyboard toolbar)\n"
+    "  --script JS          show: run JS in the page 0.3 s after it has loaded (before --screenshot),\n"
+    "                       e.g. to type into a field\n"
     "  --shopper MODE       show: a scripted shopper fills and submits the stand-in page:\n"
     "                       approve, decline, 3ds (the challenge card and its code) or cancel;\n"
     "                       exits 0 on success, 1 on an error or cancel (60 s at most unless\n"
@@ -82,8 +84,8 @@ std::vector<std::string> splitCodes(const std::string& text) {
 
 std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest* request) {
   static const std::vector<std::string> known = {
-      "provider", "options",    "token",   "mode",    "provider-mode", "redirect",   "api-url",
-      "style",    "deployment", "seconds", "shopper", "size",          "screenshot", "sandbox"};
+      "provider",   "options", "token",   "mode", "provider-mode", "redirect", "api-url", "style",
+      "deployment", "seconds", "shopper", "size", "screenshot",    "sandbox",  "script"};
   for (const auto& [name, value] : parsed.named) {
     if (std::find(known.begin(), known.end(), name) == known.end()) return "unknown option --" + name;
   }
@@ -115,6 +117,7 @@ std::optional<std::string> readRequest(const ParsedOptions& parsed, FormRequest*
   }
   request->screenshot = parsed.value("screenshot");
   request->focus = parsed.has("focus");
+  request->script = parsed.value("script");
   configuration.showStorePaymentMethod = parsed.has("store");
   configuration.redirectURL = parsed.value("redirect");
   if (auto url = parsed.value("api-url")) configuration.apiURL = QPFormRenderer::normalizedApiURL(*url);

@@ -30,6 +30,7 @@ struct FormRequest {
   int width = 420, height = 640;
   std::optional<std::string> screenshot;
   bool focus = false;
+  std::optional<std::string> script;  ///< run in the page once it has loaded (show)
 };
 
 /// The usage text of `brivane form`.

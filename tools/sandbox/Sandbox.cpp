@@ -1,13 +1,17 @@
 #include "sandbox/Sandbox.h"
 
+#include <malloc.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <ctime>
+#include <deque>
 #include <filesystem>
 #include <string_view>
 
 #include "sandbox/SandboxState.h"
+#include "sandbox/domain.h"
 
 namespace brivane::sandbox {
 
@@ -30,8 +34,11 @@ std::string nowFormatted(const char* format) {
 }
 
 void sendJSON(httplib::Response& res, int status, const json::value& body) {
+  // Answers echo what requests carried, which need not be UTF-8.
+  json::value valid = body;
+  makeValidUtf8(valid);
   res.status = status;
-  res.set_content(json::serialize(body), "application/json");
+  res.set_content(json::serialize(valid), "application/json");
 }
 
 void sendPlatformError(httplib::Response& res, int status, const char* code, const std::string& description) {
@@ -58,6 +65,24 @@ std::map<std::string, std::string> parseRawForm(const std::string& body) {
   return fields;
 }
 
+std::int64_t balanceOf(const Store& store, const std::string& accno) {
+  std::int64_t sum = 0;
+  for (const LedgerEntry& entry : store.ledger)
+    if (entry.accno == accno) sum += entry.amount;
+  return sum;
+}
+
+bool bookable(const Store& store, const std::string& accno, std::int64_t amount) {
+  return bookedBalance(balanceOf(store, accno), amount).has_value();
+}
+
+void book(Store& store, const std::string& reference, const std::string& accno, std::int64_t amount,
+          const std::string& currency, const std::string& type, const std::string& description,
+          const std::string& counterparty) {
+  store.ledger.push_back(LedgerEntry{reference, accno, amount, currency, type, description, counterparty,
+                                     nowFormatted("%Y-%m-%d"), nowFormatted("%H%M%S"), store.nextSequence++});
+}
+
 std::optional<std::string> textParam(const json::object& params, const char* key) {
   if (const json::value* value = params.if_contains(key); value != nullptr && value->is_string())
     return std::string(value->get_string());
@@ -76,9 +101,9 @@ httplib::Server::Handler admitted(Sandbox::State& state, AdmittedHandler handler
 
 namespace {
 
-// Ends the keep-alive connections that this process accepted on `port`: the server would
-// otherwise wait for each idle one to time out before it can stop.
-void shutDownAcceptedConnections(int port) {
+// Calls `each(socket, peer port)` for every connection this process accepted on `port`.
+template <class Each>
+void forEachAcceptedConnection(int port, Each each) {
   std::error_code ec;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ec)) {
     int fd = -1;
@@ -90,14 +115,105 @@ void shutDownAcceptedConnections(int port) {
     sockaddr_storage local{};
     socklen_t size = sizeof local;
     if (getsockname(fd, reinterpret_cast<sockaddr*>(&local), &size) != 0) continue;
-    int localPort = local.ss_family == AF_INET    ? ntohs(reinterpret_cast<sockaddr_in*>(&local)->sin_port)
-                    : local.ss_family == AF_INET6 ? ntohs(reinterpret_cast<sockaddr_in6*>(&local)->sin6_port)
-                                                  : -1;
+    auto portOf = [](const sockaddr_storage& address) {
+      return address.ss_family == AF_INET ? ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port)
+             : address.ss_family == AF_INET6
+                 ? ntohs(reinterpret_cast<const sockaddr_in6*>(&address)->sin6_port)
+                 : -1;
+    };
     sockaddr_storage peer{};
     socklen_t peerSize = sizeof peer;
-    if (localPort == port && getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0)
-      shutdown(fd, SHUT_RDWR);
+    if (portOf(local) == port && getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0)
+      each(fd, portOf(peer));
   }
+}
+
+// Ends the keep-alive connections that this process accepted on `port`: the server would
+// otherwise wait for each idle one to time out before it can stop.
+void shutDownAcceptedConnections(int port) {
+  forEachAcceptedConnection(port, [](int fd, int) { shutdown(fd, SHUT_RDWR); });
+}
+
+// Set when a connection's memory should go back to the system once the connection ends.
+std::atomic<bool> trimAfterConnection{false};
+
+// Serves each connection on a thread of its own, up to kMaxConnections at once (more wait for a
+// free thread), so that slow clients and delayed answers leave threads for everyone else.
+class ConnectionThreads : public httplib::TaskQueue {
+ public:
+  void enqueue(std::function<void()> task) override {
+    std::lock_guard lock(mutex_);
+    tasks_.push_back(std::move(task));
+    if (tasks_.size() > idle_ && threads_.size() < kMaxConnections)
+      threads_.emplace_back([this] { serve(); });
+    else
+      wake_.notify_one();
+  }
+
+  void shutdown() override {
+    std::vector<std::thread> threads;
+    {
+      std::lock_guard lock(mutex_);
+      stopping_ = true;
+      threads.swap(threads_);
+    }
+    wake_.notify_all();
+    for (std::thread& thread : threads) thread.join();
+  }
+
+ private:
+  void serve() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+      ++idle_;
+      wake_.wait(lock, [this] { return stopping_ || !tasks_.empty(); });
+      --idle_;
+      if (tasks_.empty()) return;  // stopping, with nothing left to serve
+      std::function<void()> task = std::move(tasks_.front());
+      tasks_.pop_front();
+      lock.unlock();
+      task();
+      if (trimAfterConnection.exchange(false)) malloc_trim(0);
+      lock.lock();
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::deque<std::function<void()>> tasks_;
+  std::vector<std::thread> threads_;
+  std::size_t idle_ = 0;
+  bool stopping_ = false;
+};
+
+// A request the sandbox refuses before reading its body: too many headers, a compressed or a
+// chunked body. Writes the refusal and closes the connection. (A body above kMaxBody is read and
+// dropped by the server, which answers 413.)
+bool refusedUnread(const httplib::Request& req, httplib::Response& res) {
+  const std::string encoding = req.get_header_value("Content-Encoding");
+  if (req.headers.size() > kMaxHeaders) {
+    sendPlatformError(res, 431, "4010",
+                      "A request may carry at most " + std::to_string(kMaxHeaders) + " header fields.");
+  } else if (!encoding.empty() && encoding != "identity") {
+    sendPlatformError(res, 415, "4008", "Request bodies are not taken compressed ('" + encoding + "').");
+  } else if (req.has_header("Transfer-Encoding")) {
+    sendPlatformError(res, 411, "4009",
+                      "A request body needs a Content-Length; chunked bodies are not taken.");
+  } else {
+    return false;
+  }
+  res.set_header("Connection", "close");
+  return true;
+}
+
+// After a refusal's answer: the server would wait for a next request on the connection, which
+// gets none; what a flood of headers took is given back once the connection ends.
+void closeAfterRefusal(int port, const httplib::Request& req, const httplib::Response& res) {
+  if (res.get_header_value("Connection") != "close") return;
+  forEachAcceptedConnection(port, [&](int fd, int peerPort) {
+    if (peerPort == req.remote_port) shutdown(fd, SHUT_RD);
+  });
+  if (req.headers.size() > kMaxHeaders) trimAfterConnection = true;
 }
 
 void handleFaultAdmin(Sandbox::State& state, const httplib::Request& req, httplib::Response& res) {
@@ -160,6 +276,7 @@ std::pair<std::string, std::string> Sandbox::State::issueTokens(const std::strin
 }
 
 httplib::Server::HandlerResponse Sandbox::State::applyFault(const PendingFault& fault,
+                                                            const httplib::Request& req,
                                                             httplib::Response& res) {
   switch (fault.fault) {
     case Fault::ServiceUnavailable:
@@ -178,6 +295,7 @@ httplib::Server::HandlerResponse Sandbox::State::applyFault(const PendingFault& 
       res.status = 204;
       return httplib::Server::HandlerResponse::Handled;
     case Fault::Delay: {
+      deadline.delayed(req.remote_port, fault.delay);
       std::unique_lock lock(mutex);
       wake.wait_for(lock, fault.delay, [this] { return stopping.load(); });
       return httplib::Server::HandlerResponse::Unhandled;
@@ -236,6 +354,81 @@ std::optional<json::object> Sandbox::State::admit(const httplib::Request& req, h
   return params;
 }
 
+void Sandbox::State::remember(const httplib::Request& req) {
+  if (req.headers.size() > kMaxHeaders) return;  // refused unread
+  const auto now = std::chrono::steady_clock::now();
+  std::lock_guard lock(mutex);
+  std::erase_if(seen, [&](const auto& entry) { return now - entry.second.at > kSeenLifetime; });
+  if (!seen.contains(req.path) && seen.size() >= kMaxSeenPaths)
+    seen.erase(std::min_element(seen.begin(), seen.end(),
+                                [](const auto& a, const auto& b) { return a.second.at < b.second.at; }));
+  Seen& entry = seen[req.path];
+  entry.body = req.body.substr(0, kMaxSeenBody);
+  entry.headers = req.headers;
+  std::size_t mark = req.target.find('?');
+  entry.query = mark == std::string::npos ? std::string() : req.target.substr(mark + 1);
+  entry.at = now;
+}
+
+RequestDeadline::~RequestDeadline() {
+  stop();
+}
+
+void RequestDeadline::start(int port, std::chrono::milliseconds deadline) {
+  std::lock_guard lock(mutex_);
+  if (thread_.joinable()) return;
+  stopping_ = false;
+  thread_ = std::thread([this, port, deadline] { watch(port, deadline); });
+}
+
+void RequestDeadline::stop() {
+  {
+    std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  wake_.notify_all();
+  if (thread_.joinable() && thread_.get_id() != std::this_thread::get_id()) thread_.join();
+}
+
+void RequestDeadline::answered(int peerPort) {
+  std::lock_guard lock(mutex_);
+  activity_[peerPort] = Connection{Clock::now(), std::chrono::milliseconds(0)};
+}
+
+void RequestDeadline::delayed(int peerPort, std::chrono::milliseconds delay) {
+  std::lock_guard lock(mutex_);
+  for (auto& [key, connection] : connections_)
+    if (key.second == peerPort) connection.allowance += delay;
+  if (auto it = activity_.find(peerPort); it != activity_.end()) it->second.allowance += delay;
+}
+
+void RequestDeadline::watch(int port, std::chrono::milliseconds deadline) {
+  const auto interval =
+      std::clamp(deadline / 10, std::chrono::milliseconds(10), std::chrono::milliseconds(250));
+  std::unique_lock lock(mutex_);
+  while (!wake_.wait_for(lock, interval, [this] { return stopping_; })) {
+    const Clock::time_point now = Clock::now();
+    std::map<std::pair<int, int>, Connection> open;
+    std::vector<int> late;
+    forEachAcceptedConnection(port, [&](int fd, int peerPort) {
+      auto known = connections_.find({fd, peerPort});
+      Connection connection = known != connections_.end() ? known->second : Connection{now, {}};
+      // The connection's current request began with its last answer, if that came later.
+      if (auto answer = activity_.find(peerPort);
+          answer != activity_.end() && answer->second.since > connection.since)
+        connection = answer->second;
+      if (now - connection.since > deadline + connection.allowance) late.push_back(fd);
+      open[{fd, peerPort}] = connection;
+    });
+    connections_.swap(open);
+    std::erase_if(activity_, [&](const auto& entry) {
+      return std::none_of(connections_.begin(), connections_.end(),
+                          [&](const auto& c) { return c.first.second == entry.first; });
+    });
+    for (int fd : late) shutdown(fd, SHUT_RDWR);
+  }
+}
+
 json::object Sandbox::State::successEnvelope(const json::object& params) const {
   auto echo = [&](const char* key) -> json::value {
     const json::value* value = params.if_contains(key);
@@ -274,17 +467,19 @@ void Sandbox::State::seed() {
   program.accno = kProgramAccno;
   program.accnoType = kDefaultAccnoType;
   program.userId = "";
-  program.information = json::object{{"companyName", "Brivane Sandbox Shop"}};
+  program.information = json::object{{"companyName", kProgramCompanyName}};
   store.accounts[kProgramAccno] = std::move(program);
 }
 
 void Sandbox::State::configure() {
   server.set_tcp_nodelay(true);
-  server.new_task_queue = [] { return new httplib::ThreadPool(32); };
+  server.new_task_queue = [] { return new ConnectionThreads(); };
+  server.set_payload_max_length(kMaxBody);
   server.set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
     requests.fetch_add(1);
+    if (refusedUnread(req, res)) return httplib::Server::HandlerResponse::Handled;
     if (req.path.starts_with("/sandbox/")) return httplib::Server::HandlerResponse::Unhandled;
-    if (auto fault = takeFault(req.path)) return applyFault(*fault, res);
+    if (auto fault = takeFault(req.path)) return applyFault(*fault, req, res);
     return httplib::Server::HandlerResponse::Unhandled;
   });
   seed();
@@ -315,17 +510,17 @@ void Sandbox::State::configure() {
     sendJSON(res, 200, json::object{{"messages", std::move(messages)}});
   });
   // What arrived, body included (read only after the pre-routing handler), for tests to inspect.
-  server.set_post_routing_handler([this](const httplib::Request& req, httplib::Response&) {
-    std::lock_guard lock(mutex);
-    Seen& entry = seen[req.path];
-    entry.body = req.body;
-    entry.headers = req.headers;
-    std::size_t mark = req.target.find('?');
-    entry.query = mark == std::string::npos ? std::string() : req.target.substr(mark + 1);
+  server.set_post_routing_handler([this](const httplib::Request& req, httplib::Response&) { remember(req); });
+  server.set_logger([this](const httplib::Request& req, const httplib::Response& res) {
+    closeAfterRefusal(port, req, res);
+    deadline.answered(req.remote_port);
   });
   server.set_error_handler([](const httplib::Request&, httplib::Response& res) {
     if (!res.body.empty()) return;
     if (res.status == 404) sendPlatformError(res, 404, "4040", "No such operation.");
+    if (res.status == 413)
+      sendPlatformError(res, 413, "4007",
+                        "A request body may have at most " + std::to_string(kMaxBody) + " bytes.");
   });
 }
 
@@ -372,6 +567,7 @@ bool Sandbox::start() {
   if (!state_->bind()) return false;
   registerProviderPages(state_->server, baseUrl(), state_.get());
   state_->routeEverythingElse();
+  state_->deadline.start(state_->port, state_->options.requestDeadline);
   state_->thread = std::thread([state = state_.get()] {
     state->server.listen_after_bind();
     state->finished = true;
@@ -385,10 +581,12 @@ bool Sandbox::listen() {
   if (!state_->bind()) return false;
   registerProviderPages(state_->server, baseUrl(), state_.get());
   state_->routeEverythingElse();
+  state_->deadline.start(state_->port, state_->options.requestDeadline);
   return state_->server.listen_after_bind();
 }
 
 void Sandbox::stop() {
+  state_->deadline.stop();
   state_->stopping = true;
   state_->wake.notify_all();
   state_->server.stop();
@@ -435,10 +633,7 @@ bool Sandbox::completeAuthorizationAsShopper(const std::string& token, bool appr
 
 std::int64_t Sandbox::balance(const std::string& accno) const {
   std::lock_guard lock(state_->mutex);
-  std::int64_t sum = 0;
-  for (const LedgerEntry& entry : state_->store.ledger)
-    if (entry.accno == accno) sum += entry.amount;
-  return sum;
+  return balanceOf(state_->store, accno);
 }
 
 std::string Sandbox::issueAccessToken() {

@@ -28,6 +28,9 @@ struct SandboxOptions {
   std::string programCode = "BRIVANE";  ///< the only program the sandbox serves
   std::string userName = "demo@brivane.test";
   std::string password = "Demo-Pass-1";
+  /// How long one request may take from its first byte to its answer, not counting a `delay`
+  /// fault's delay; a client still sending then is cut off.
+  std::chrono::milliseconds requestDeadline = std::chrono::seconds(10);
 };
 
 /// The platform's REST back end in miniature: in-memory state, the platform's error forms and

@@ -46,10 +46,55 @@ struct PendingFault {
   std::chrono::milliseconds delay;
 };
 
+/// What the last request to a path carried, for tests to inspect. The sandbox keeps at most
+/// kMaxSeenPaths of these, none older than kSeenLifetime, with at most kMaxSeenBody of a body.
 struct Seen {
   std::string body;
   std::string query;
   httplib::Headers headers;
+  std::chrono::steady_clock::time_point at;
+};
+
+// The bounds of what one request may carry and of what the sandbox keeps (README, "Sandbox").
+inline constexpr std::size_t kMaxBody = 1 << 20;  ///< 1 MiB, not compressed
+inline constexpr std::size_t kMaxHeaders = 100;
+inline constexpr std::size_t kMaxSeenPaths = 128;
+inline constexpr std::size_t kMaxSeenBody = 64 << 10;
+inline constexpr std::chrono::minutes kSeenLifetime{10};
+/// How many connections are served at once, each on a thread of its own; more wait.
+inline constexpr std::size_t kMaxConnections = 256;
+
+/// The whole-request deadline: cuts off connections whose request has taken longer than the
+/// sandbox's `requestDeadline` (plus the delay of a `delay` fault) since the connection opened or
+/// its last answer was sent. Scans the process's sockets on the sandbox's port.
+class RequestDeadline {
+ public:
+  RequestDeadline() = default;
+  ~RequestDeadline();
+  RequestDeadline(const RequestDeadline&) = delete;
+  RequestDeadline& operator=(const RequestDeadline&) = delete;
+
+  void start(int port, std::chrono::milliseconds deadline);
+  void stop();
+  /// The connection from `peerPort` has been answered: its next request starts now.
+  void answered(int peerPort);
+  /// The connection from `peerPort` waits `delay` for a fault: that time does not count.
+  void delayed(int peerPort, std::chrono::milliseconds delay);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  struct Connection {
+    Clock::time_point since;
+    std::chrono::milliseconds allowance{0};
+  };
+  void watch(int port, std::chrono::milliseconds deadline);
+
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  bool stopping_ = false;
+  std::map<std::pair<int, int>, Connection> connections_;  // (socket, peer port)
+  std::map<int, Connection> activity_;                     // peer port → since its last answer
+  std::thread thread_;
 };
 
 struct Sandbox::State {
@@ -68,6 +113,7 @@ struct Sandbox::State {
   std::map<std::string, std::string> accessTokens;   // access token → user id
   std::map<std::string, std::string> refreshTokens;  // refresh token → user id, while still valid
   std::map<std::string, Seen> seen;
+  RequestDeadline deadline;
   std::mt19937_64 random{std::random_device{}()};
   Store store;
 
@@ -77,7 +123,10 @@ struct Sandbox::State {
   /// Issues an access and a refresh token for `userId`. Takes the lock.
   std::pair<std::string, std::string> issueTokens(const std::string& userId);
   /// Answers the fault now, or (for a delay) waits and lets the normal handler answer.
-  httplib::Server::HandlerResponse applyFault(const PendingFault& fault, httplib::Response& res);
+  httplib::Server::HandlerResponse applyFault(const PendingFault& fault, const httplib::Request& req,
+                                              httplib::Response& res);
+  /// Keeps what the request carried in `seen`, within its bounds. Takes the lock.
+  void remember(const httplib::Request& req);
 
   /// The platform's guard of every REST call: the bearer token, then the identifying parameters
   /// (from the query of a GET, from the JSON body otherwise). On success returns the call's
@@ -93,6 +142,17 @@ struct Sandbox::State {
   void routeEverythingElse();
   bool bind();
 };
+
+/// The sum of an account's ledger entries in minor units; 0 for an unknown account.
+std::int64_t balanceOf(const Store& store, const std::string& accno);
+/// Whether booking `amount` on `accno` keeps its balance within the sandbox's bounds.
+bool bookable(const Store& store, const std::string& accno, std::int64_t amount);
+/// Appends an entry to the ledger, dated now. Callers check `bookable` first.
+void book(Store& store, const std::string& reference, const std::string& accno, std::int64_t amount,
+          const std::string& currency, const std::string& type, const std::string& description,
+          const std::string& counterparty);
+/// Whether any user goes by `address`: as user id, main address or secondary address.
+bool addressInUse(const Store& store, const std::string& address);
 
 /// A text parameter of a call; nil when absent or not a text.
 std::optional<std::string> textParam(const json::object& params, const char* key);

@@ -77,7 +77,8 @@ struct StoredPaymentOption {
 /// A payment opened by initAuthorize or made directly by authorize / payToAccount.
 struct Payment {
   std::string uniqueReference;
-  std::string state;  ///< see the payment routes for the states and their transitions
+  std::string userId;  ///< the user who opened it: the only one who may read or change it
+  std::string state;   ///< see the payment routes for the states and their transitions
   std::string accno;
   std::int64_t amount = 0;  ///< minor units
   std::int64_t capturedAmount = 0;
@@ -113,7 +114,8 @@ struct OutboxMessage {
 
 /// Seed data every sandbox starts with (documented in the README's "Sandbox test data").
 inline constexpr const char* kProgramAccno = "9000000001";  ///< the program's own account (the merchant)
-inline constexpr const char* kDemoAccno = "1000000001";     ///< the demo user's account
+inline constexpr const char* kProgramCompanyName = "Brivane Sandbox Shop";  ///< the merchant's name
+inline constexpr const char* kDemoAccno = "1000000001";                     ///< the demo user's account
 inline constexpr const char* kSecondUserId = "second@brivane.test";
 inline constexpr const char* kSecondPassword = "Second-Pass-2";
 inline constexpr const char* kSecondAccno = "1000000002";  ///< the second user's account

@@ -13,7 +13,9 @@
 //   PayPal: any e-mail approves, one containing "decline" is declined
 #include <httplib.h>
 
+#include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <ctime>
 #include <map>
 #include <memory>
@@ -21,6 +23,7 @@
 #include <string>
 
 #include "sandbox/SandboxState.h"
+#include "sandbox/domain.h"
 #include "sandbox/provider_pages.h"
 
 namespace brivane::sandbox {
@@ -31,9 +34,12 @@ constexpr const char* kDeclinedCard = "4000000000000002";
 constexpr const char* kDeclinedIban = "DE02120300000000202051";
 constexpr const char* kChallengeCode = "1234";
 
+// Where a page ends: the shop's return page and the platform's callbacks, in the stand-ins' look.
 constexpr const char* kResultPage = R"HTML(<!DOCTYPE html>
-<html><head><meta charset="utf-8"><title>@TITLE@</title></head>
-<body><h1>@TITLE@</h1></body></html>
+<html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
+<title>@TITLE@</title><style>@CSS@</style></head>
+<body><main class="qp-page qp-result"><div class="qp-result-mark @KIND@" aria-hidden="true">@MARK@</div>
+<h1 class="qp-title">@TITLE@</h1><p class="qp-text">@TEXT@</p></main></body></html>
 )HTML";
 
 std::string replaced(std::string text, const std::string& marker, const std::string& value) {
@@ -73,81 +79,34 @@ std::string htmlEscaped(const std::string& text) {
   return result;
 }
 
-void servePage(httplib::Server& server, const std::string& path, const std::string& title) {
-  server.Get(path, [title](const httplib::Request&, httplib::Response& response) {
-    response.set_content(replaced(kResultPage, "@TITLE@", title), "text/html; charset=utf-8");
+void servePage(httplib::Server& server, const std::string& path, const std::string& title,
+               const std::string& text, bool cancelled = false) {
+  std::string page = replaced(kResultPage, "@CSS@", pages::standInCSS());
+  page = replaced(page, "@KIND@", cancelled ? "qp-result-cancelled" : "");
+  page = replaced(page, "@MARK@", cancelled ? "&#x2715;" : "&#x2713;");
+  page = replaced(replaced(page, "@TITLE@", title), "@TEXT@", text);
+  server.Get(path, [page](const httplib::Request&, httplib::Response& response) {
+    response.set_content(page, "text/html; charset=utf-8");
   });
-}
-
-std::string text(const json::object& object, const char* key) {
-  const json::value* value = object.if_contains(key);
-  return value != nullptr && value->is_string() ? std::string(value->get_string()) : std::string();
-}
-
-std::string withoutBlanks(const std::string& value) {
-  std::string result;
-  for (char c : value) {
-    if (c != ' ' && c != '-')
-      result.push_back(static_cast<char>(std::toupper(static_cast<unsigned char>(c))));
-  }
-  return result;
-}
-
-bool luhnValid(const std::string& digits) {
-  if (digits.size() < 12 || digits.size() > 19) return false;
-  int sum = 0;
-  for (std::size_t i = 0; i < digits.size(); ++i) {
-    const char c = digits[digits.size() - 1 - i];
-    if (!std::isdigit(static_cast<unsigned char>(c))) return false;
-    int d = c - '0';
-    if (i % 2 == 1) d = d * 2 > 9 ? d * 2 - 9 : d * 2;
-    sum += d;
-  }
-  return sum % 10 == 0;
 }
 
 bool expiryValid(const std::string& value) {
   int month = 0, year = 0;
   char slash = 0;
-  std::string compact = withoutBlanks(value);
+  std::string compact = compacted(value);
+  // Shoppers may leave out the slash: "1239" and "122039" are December 2039.
+  if ((compact.size() == 4 || compact.size() == 6) &&
+      compact.find_first_not_of("0123456789") == std::string::npos)
+    compact.insert(2, "/");
   if (std::sscanf(compact.c_str(), "%2d%c%4d", &month, &slash, &year) != 3 || slash != '/') return false;
-  if (year < 100) year += 2000;
-  std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  const int current = (local.tm_year + 1900) * 12 + local.tm_mon + 1;
-  return month >= 1 && month <= 12 && year * 12 + month >= current;
-}
-
-bool ibanValid(const std::string& value) {
-  const std::string iban = withoutBlanks(value);
-  if (iban.size() < 15 || iban.size() > 34) return false;
-  const std::string moved = iban.substr(4) + iban.substr(0, 4);
-  int rest = 0;
-  for (char c : moved) {
-    if (std::isdigit(static_cast<unsigned char>(c))) {
-      rest = (rest * 10 + (c - '0')) % 97;
-    } else if (c >= 'A' && c <= 'Z') {
-      rest = (rest * 100 + (c - 'A' + 10)) % 97;
-    } else {
-      return false;
-    }
-  }
-  return rest == 1;
-}
-
-// What the shopper entered, as the ledger keeps it: never a full card number or IBAN, no CVV.
-std::string masked(const std::string& value, std::size_t keepFront, std::size_t keepBack) {
-  if (value.size() <= keepFront + keepBack) return std::string(value.size(), '*');
-  return value.substr(0, keepFront) + std::string(value.size() - keepFront - keepBack, '*') +
-         value.substr(value.size() - keepBack);
+  return cardExpiryValid(month, year);
 }
 
 // The first fault of a card or account the shopper entered, or "".
 std::string problemOf(const json::object& body) {
   const std::string method = text(body, "method");
   if (method == "card") {
-    const std::string number = withoutBlanks(text(body, "cardNumber"));
+    const std::string number = compacted(text(body, "cardNumber"));
     if (!luhnValid(number)) return "cardNumber";
     if (!expiryValid(text(body, "expiry"))) return "expiry";
     const std::string cvv = text(body, "cvv");
@@ -165,22 +124,29 @@ std::string problemOf(const json::object& body) {
 json::object shopperDataOf(const json::object& body) {
   json::object data{{"method", text(body, "method")}};
   if (!text(body, "cardNumber").empty()) {
-    data["maskedNumber"] = masked(withoutBlanks(text(body, "cardNumber")), 6, 4);
+    data["maskedNumber"] = maskedCard(compacted(text(body, "cardNumber")));
     data["expiry"] = text(body, "expiry");
   }
-  if (!text(body, "iban").empty()) data["maskedIban"] = masked(withoutBlanks(text(body, "iban")), 4, 4);
+  if (!text(body, "iban").empty()) data["maskedIban"] = maskedIban(text(body, "iban"));
   if (!text(body, "holder").empty()) data["holder"] = text(body, "holder");
   if (!text(body, "payer").empty()) data["payer"] = text(body, "payer");
   return data;
 }
 
-// A challenge waiting for its code.
+// A challenge waiting for its code, with what the shopper is shown: who asks for how much. At
+// most kMaxChallenges wait, none longer than kChallengeLifetime: the oldest are forgotten.
 struct Challenge {
   std::string token;
   json::object shopperData;
   std::string continueUrl;
   std::string data;
+  std::string merchant;
+  std::string amount;  // minor units, "" without a payment
+  std::string currency;
+  std::chrono::steady_clock::time_point at = std::chrono::steady_clock::now();
 };
+constexpr std::size_t kMaxChallenges = 32;
+constexpr std::chrono::minutes kChallengeLifetime{15};
 
 struct Pages {
   std::string baseUrl;
@@ -195,6 +161,25 @@ struct Pages {
     std::lock_guard<std::mutex> lock(state->mutex);
     auto it = state->store.authorizations.find(token);
     return it == state->store.authorizations.end() ? "" : it->second.redirectURL;
+  }
+
+  // The merchant and the amount of the token's payment, as a challenge shows them.
+  void describePayment(const std::string& token, Challenge& challenge) {
+    challenge.merchant = kProgramCompanyName;
+    if (state == nullptr) return;
+    std::lock_guard<std::mutex> lock(state->mutex);
+    const Store& store = state->store;
+    auto authorization = store.authorizations.find(token);
+    if (authorization == store.authorizations.end()) return;
+    auto payment = store.payments.find(authorization->second.reference);
+    if (authorization->second.kind != Authorization::Kind::Payment || payment == store.payments.end()) return;
+    challenge.amount = std::to_string(payment->second.amount);
+    challenge.currency = payment->second.currency;
+    const std::string programAccno = text(payment->second.details, "programAccno");
+    auto program = store.accounts.find(programAccno.empty() ? kProgramAccno : programAccno);
+    if (program == store.accounts.end()) return;
+    if (std::string name = text(program->second.information, "companyName"); !name.empty())
+      challenge.merchant = name;
   }
 
   // Marks the token's authorization (when the sandbox has one) as finished by the shopper.
@@ -219,9 +204,9 @@ struct Pages {
     if (std::string problem = problemOf(body); !problem.empty()) {
       return {{"outcome", "invalid"}, {"field", problem}, {"message", "The " + problem + " is not valid."}};
     }
-    const std::string number = withoutBlanks(text(body, "cardNumber"));
+    const std::string number = compacted(text(body, "cardNumber"));
     const bool declined = (method == "card" && number == kDeclinedCard) ||
-                          (method == "sepa" && withoutBlanks(text(body, "iban")) == kDeclinedIban) ||
+                          (method == "sepa" && compacted(text(body, "iban")) == kDeclinedIban) ||
                           (method == "paypal" && text(body, "payer").find("decline") != std::string::npos);
     if (declined) {
       mark(token, false, shopperData);
@@ -229,12 +214,25 @@ struct Pages {
     }
     const std::string returnUrl = redirectOf(token);
     if (method == "card" && number == kChallengeCard) {
-      std::lock_guard<std::mutex> lock(mutex);
-      const std::string session = "3ds" + std::to_string(nextChallenge++);
       // The form service returns to the host's URL when the authorization names one.
       const bool toHost = !returnUrl.empty() && body.contains("data");
-      challenges[session] = {token, shopperData, toHost ? returnUrl : text(body, "continueUrl"),
-                             text(body, "data")};
+      Challenge challenge;
+      challenge.token = token;
+      challenge.shopperData = shopperData;
+      challenge.continueUrl = toHost ? returnUrl : text(body, "continueUrl");
+      challenge.data = text(body, "data");
+      describePayment(token, challenge);
+      std::lock_guard<std::mutex> lock(mutex);
+      const auto now = std::chrono::steady_clock::now();
+      std::erase_if(challenges,
+                    [&](const auto& entry) { return now - entry.second.at > kChallengeLifetime; });
+      if (challenges.size() >= kMaxChallenges)
+        challenges.erase(
+            std::min_element(challenges.begin(), challenges.end(),
+                             [](const auto& a, const auto& b) { return a.second.at < b.second.at; }));
+      const std::string session = "3ds" + std::to_string(nextChallenge++);
+      challenge.at = now;
+      challenges[session] = std::move(challenge);
       std::string lang = text(body, "locale");
       return {{"outcome", "challenge"},
               {"challengeUrl", baseUrl + "/providers/3ds/challenge?session=" + session + "&lang=" +
@@ -259,6 +257,35 @@ struct Pages {
     }
     mark(challenge.token, true, challenge.shopperData);
     return {{"outcome", "approved"}, {"continueUrl", challenge.continueUrl}, {"data", challenge.data}};
+  }
+
+  // The shopper gave up at the challenge: the payment is declined and the session ends.
+  json::object cancel(const json::object& body) {
+    Challenge challenge;
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      auto it = challenges.find(text(body, "session"));
+      if (it == challenges.end()) return {{"outcome", "invalid"}, {"message", "Unknown session."}};
+      challenge = std::move(it->second);
+      challenges.erase(it);
+    }
+    mark(challenge.token, false, challenge.shopperData);
+    return {{"outcome", "cancelled"}};
+  }
+
+  // The challenge page of `session` (an unknown one shows the sandbox's merchant and no amount).
+  std::string challengePage(const std::string& session, const std::string& lang) {
+    Challenge shown;
+    shown.merchant = kProgramCompanyName;
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      if (auto it = challenges.find(session); it != challenges.end()) shown = it->second;
+    }
+    std::string page = replaced(pages::challengePage(), "@SESSION@", htmlEscaped(session));
+    page = replaced(page, "@LANG@", htmlEscaped(lang));
+    page = replaced(page, "@MERCHANT@", htmlEscaped(shown.merchant));
+    page = replaced(page, "@AMOUNT@", htmlEscaped(shown.amount));
+    return replaced(page, "@CURRENCY@", htmlEscaped(shown.currency));
   }
 };
 
@@ -312,18 +339,22 @@ void registerProviderPages(httplib::Server& server, const std::string& baseUrl, 
     page = replaced(page, "@TOKEN@", htmlEscaped(token));
     response.set_content(replaced(page, "@CONTINUE@", htmlEscaped(continueUrl)), "text/html; charset=utf-8");
   });
-  server.Get("/providers/3ds/challenge", [](const httplib::Request& request, httplib::Response& response) {
-    std::string page =
-        replaced(pages::challengePage(), "@SESSION@", htmlEscaped(request.get_param_value("session")));
-    response.set_content(replaced(page, "@LANG@", htmlEscaped(request.get_param_value("lang"))),
-                         "text/html; charset=utf-8");
-  });
+  server.Get("/providers/3ds/challenge",
+             [shared](const httplib::Request& request, httplib::Response& response) {
+               response.set_content(
+                   shared->challengePage(request.get_param_value("session"), request.get_param_value("lang")),
+                   "text/html; charset=utf-8");
+             });
   serveJSONCall(server, "/providers/authorize", shared, &Pages::authorize);
   serveJSONCall(server, "/providers/3ds/verify", shared, &Pages::verify);
-  servePage(server, "/providers/return", "Returned to the shop");
-  servePage(server, "/callbacks/payon", "Payment processed");
-  servePage(server, "/callbacks/paypal/success/", "PayPal payment approved");
-  servePage(server, "/callbacks/paypal/cancel/", "PayPal payment cancelled");
+  serveJSONCall(server, "/providers/3ds/cancel", shared, &Pages::cancel);
+  servePage(server, "/providers/return", "Returned to the shop",
+            "The payment page has finished; the shop takes it from here.");
+  servePage(server, "/callbacks/payon", "Payment processed", "The card gateway has processed the payment.");
+  servePage(server, "/callbacks/paypal/success/", "PayPal payment approved",
+            "PayPal approved the payment; the shop completes it now.");
+  servePage(server, "/callbacks/paypal/cancel/", "PayPal payment cancelled",
+            "The payment with PayPal was cancelled; nothing was charged.", true);
 }
 
 }  // namespace brivane::sandbox

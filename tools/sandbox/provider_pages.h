@@ -29,7 +29,8 @@ const std::string& payPalApprovalPage();
 const std::string& formServicePage();
 /// PayU's hosted payment page; "@LANG@", "@ORDER@", "@TOKEN@", "@CONTINUE@" are filled per request.
 const std::string& payUPage();
-/// The 3-D Secure challenge page; "@SESSION@" and "@LANG@" are filled per request.
+/// The 3-D Secure challenge page; "@SESSION@", "@LANG@", "@MERCHANT@", "@AMOUNT@" (minor units,
+/// "" when the challenge has no payment) and "@CURRENCY@" are filled per request.
 const std::string& challengePage();
 
 }  // namespace brivane::sandbox::pages

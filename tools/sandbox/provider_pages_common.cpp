@@ -25,8 +25,10 @@ function qpCardBrand(number) {
   if (/^(50|5[6-9]|6)/.test(n)) return "MSTRO";
   return "";
 }
+// Month and year with or without the slash: "12 / 39", "12/2039", "1239".
 function qpExpiryValid(value) {
-  var m = /^(\d{1,2})\s*\/\s*(\d{2}|\d{4})$/.exec(String(value || "").trim());
+  var text = String(value || "").trim();
+  var m = /^(\d{1,2})\s*\/\s*(\d{2}|\d{4})$/.exec(text) || /^(\d{2})(\d{2}|\d{4})$/.exec(text);
   if (!m) return false;
   var month = +m[1], year = m[2].length === 2 ? 2000 + +m[2] : +m[2];
   if (month < 1 || month > 12) return false;
@@ -67,16 +69,93 @@ function qpMark(code) {
   mark.textContent = names[code] || code;
   return mark;
 }
-// Shows or clears the inline error of a group (`hintClass` names the error line).
+// Shows or clears the inline error of a group (`hintClass` names the error line, one or more
+// classes). A group has one error line at most; it is tied to the group's input for screen
+// readers (aria-describedby, aria-invalid) and announced as it appears or changes.
+var qpHintCount = 0;
 function qpShowError(group, on, text, errorClass, hintClass) {
   group.classList.toggle(errorClass, !!on);
-  var hint = group.querySelector("." + hintClass);
+  var hint = group.querySelector("." + hintClass.trim().split(/\s+/).join("."));
+  var control = group.querySelector("input:not([type=hidden]), select, textarea");
+  var described = control ? (control.getAttribute("aria-describedby") || "").split(/\s+/).filter(Boolean) : [];
   if (on) {
-    if (!hint) { hint = document.createElement("div"); hint.className = hintClass; group.appendChild(hint); }
+    if (!hint) {
+      hint = document.createElement("div");
+      hint.className = hintClass;
+      hint.id = "qp-error-" + ++qpHintCount;
+      hint.setAttribute("role", "alert");
+      hint.setAttribute("aria-live", "assertive");
+      group.appendChild(hint);
+    }
     hint.textContent = text;
+    if (control && described.indexOf(hint.id) < 0) described.push(hint.id);
   } else if (hint) {
+    described = described.filter(function (id) { return id !== hint.id; });
     hint.parentNode.removeChild(hint);
   }
+  if (!control) return;
+  if (described.length) control.setAttribute("aria-describedby", described.join(" "));
+  else control.removeAttribute("aria-describedby");
+  if (on) control.setAttribute("aria-invalid", "true");
+  else control.removeAttribute("aria-invalid");
+}
+// What shoppers type, formatted as they type: card digits in the brand's groups (4-6-5 for
+// American Express, fours otherwise) and the expiry with " / " after the month. The caret
+// stays after the same digit.
+function qpGroupCard(value) {
+  var digits = String(value || "").replace(/\D/g, "").slice(0, 19);
+  var sizes = qpCardBrand(digits) === "AMEX" ? [4, 6, 5] : [4, 4, 4, 4, 3], parts = [];
+  for (var i = 0, at = 0; at < digits.length; i++) {
+    var size = i < sizes.length ? sizes[i] : 19;
+    parts.push(digits.slice(at, at + size));
+    at += size;
+  }
+  return parts.join(" ");
+}
+function qpFormatExpiry(value, deleting) {
+  var text = String(value || ""), digits = text.replace(/\D/g, "").slice(0, 6);
+  if (digits.length === 1 && +digits > 1 && !deleting) digits = "0" + digits;
+  if (digits.length > 2 || (digits.length === 2 && !deleting)) return digits.slice(0, 2) + " / " + digits.slice(2);
+  return digits;
+}
+function qpFormatAsTyped(input, format) {
+  input.addEventListener("input", function (event) {
+    var old = input.value, deleting = /^delete/.test(event.inputType || "");
+    var focused = document.activeElement === input, caret = focused ? input.selectionStart : old.length;
+    var before = old.slice(0, caret).replace(/\D/g, "").length, next = format(old, deleting);
+    if (next === old) return;
+    input.value = next;
+    if (!focused) return;
+    var at = 0;
+    for (var seen = 0; at < next.length && seen < before; at++) if (/\d/.test(next[at])) seen++;
+    if (!deleting) while (at < next.length && /\D/.test(next[at])) at++;
+    input.setSelectionRange(at, at);
+  });
+}
+// Placeholders for the card number and security code fitting the brands a form takes: an
+// American Express only form asks for 15 digits and a 4-digit code.
+function qpPlaceholders(brands) {
+  var amex = brands.length > 0 && brands.every(function (b) { return b === "AMEX"; });
+  return amex ? { cardNumber: "1234 123456 12345", cvv: "1234" } : { cardNumber: "1234 1234 1234 1234", cvv: "123" };
+}
+// The brand's name as a screen reader reads it out when the shopper's number reveals it.
+function qpBrandName(code) {
+  return { VISA: "Visa", MASTER: "Mastercard", MSTRCRD: "Mastercard", MSTRO: "Maestro", AMEX: "American Express",
+    DISCOVER: "Discover" }[code] || "";
+}
+// A polite live region, visually hidden, that tells screen readers the detected brand.
+function qpBrandAnnouncer(T) {
+  var region = document.createElement("div");
+  region.className = "qp-sr-only";
+  region.setAttribute("role", "status");
+  region.setAttribute("aria-live", "polite");
+  var last = "";
+  return { node: region, update: function (code) {
+    var name = qpBrandName(code);
+    if (name === last) return;
+    last = name;
+    region.textContent = name ? T.cardBrand + ": " + name : "";
+  } };
 }
 // A provider page shown full-size in the payment form tells the form of a declined payment
 // the way the form's own pages do (its "ObjC_onError" message); elsewhere it does nothing.
@@ -151,6 +230,36 @@ body { margin: 0; background: #ffffff; color: #1f2430; font: 15px/1.4 "Inter", "
 .qp-mark-BNKACCT, .qp-mark-DIRECTDEBIT_SEPA { background: #10298e; font-style: normal; }
 .qp-mark-PAYPAL { background: #ffc439; color: #003087; }
 .qp-mark-PAYU { background: #a6c307; color: #ffffff; font-style: normal; }
+.qp-sr-only { position: absolute; width: 1px; height: 1px; margin: -1px; padding: 0; overflow: hidden;
+  clip: rect(0 0 0 0); white-space: nowrap; border: 0; }
+.qp-result { text-align: center; padding-top: 40px; }
+.qp-result-mark { width: 56px; height: 56px; margin: 0 auto 14px; border-radius: 50%; display: flex; align-items: center;
+  justify-content: center; font: 700 26px/1 Arial, sans-serif; color: #ffffff; background: #1a7f4b; }
+.qp-result-mark.qp-result-cancelled { background: #6b7280; }
+/* Dark when the desktop prefers it, unless the host chose colours of its own (the page then
+   carries "qp-host-colours" on its root). A host's rules have the same weight and come later. */
+:root { color-scheme: light dark; }
+:root.qp-host-colours { color-scheme: light; }
+@media (prefers-color-scheme: dark) {
+  :where(:root:not(.qp-host-colours)) body { background: #15171c; color: #e8eaf0; }
+  :where(:root:not(.qp-host-colours)) .qp-text, :where(:root:not(.qp-host-colours)) .qp-label,
+  :where(:root:not(.qp-host-colours)) .wpwl-label { color: #c3c9d4; }
+  :where(:root:not(.qp-host-colours)) .qp-control, :where(:root:not(.qp-host-colours)) .wpwl-control {
+    background: #1e2128; color: #e8eaf0; border-color: #5a6272; }
+  :where(:root:not(.qp-host-colours)) .qp-control::placeholder,
+  :where(:root:not(.qp-host-colours)) .wpwl-control::placeholder { color: #8d95a3; }
+  :where(:root:not(.qp-host-colours)) .qp-has-error .qp-control,
+  :where(:root:not(.qp-host-colours)) .wpwl-has-error .wpwl-control { border-color: #ff8a80; background: #2a1d1f; }
+  :where(:root:not(.qp-host-colours)) .qp-hint, :where(:root:not(.qp-host-colours)) .wpwl-hint,
+  :where(:root:not(.qp-host-colours)) .qp-secure { color: #a9b0bc; }
+  :where(:root:not(.qp-host-colours)) .qp-hint-error, :where(:root:not(.qp-host-colours)) .wpwl-hint-error,
+  :where(:root:not(.qp-host-colours)) .qp-hint.qp-hint-error,
+  :where(:root:not(.qp-host-colours)) .wpwl-hint.wpwl-hint-error { color: #ff8a80; }
+  :where(:root:not(.qp-host-colours)) .qp-button-secondary { background: transparent; color: #9dbbff; border-color: #5a6272; }
+  :where(:root:not(.qp-host-colours)) .qp-button-secondary:hover { background: #232733; }
+  :where(:root:not(.qp-host-colours)) .qp-store, :where(:root:not(.qp-host-colours)) .wpwl-store { color: #d0d5de; }
+  :where(:root:not(.qp-host-colours)) .qp-error-box { background: #3a1d1f; color: #ffb4ab; }
+}
 )CSS";
   return css;
 }

@@ -12,7 +12,7 @@ constexpr const char* kFormService = R"HTML(
 (function () {
   var RETURN_URL = "@RETURN_URL@";
   var settings = null, form = document.getElementById("qp-form"), fields = [], maxHolder = 201, T = qpTexts("en"), busy = false;
-  var banner = document.createElement("div"); banner.className = "qp-error-box";
+  var banner = document.createElement("div"); banner.className = "qp-error-box"; banner.setAttribute("role", "alert");
   function send(message) { window.parent.postMessage(message, "*"); }
   function cardNumber() { var f = byName("cardNumber"); return f ? f.input.value : ""; }
   function errorKey(f) { return qpCheckField(f.name, f.input.value, cardNumber()); }
@@ -71,6 +71,7 @@ constexpr const char* kFormService = R"HTML(
   function init(message) {
     settings = message;
     T = qpTexts(message.locale);
+    document.documentElement.classList.toggle("qp-host-colours", !!message.hostColours);
     document.getElementById("qp-css").textContent = message.css || "";
     qpSaneStyles(document);
     var texts = message.texts || {};
@@ -83,11 +84,21 @@ constexpr const char* kFormService = R"HTML(
       add(form, "accountHolder", T.accountHolder, "Erika Mustermann");
       add(form, "iban", T.iban, "DE00 0000 0000 0000 0000 00");
     } else {
-      add(form, "cardNumber", T.cardNumber, "1234 1234 1234 1234", "numeric");
+      var placeholders = qpPlaceholders(codes), announcer = qpBrandAnnouncer(T);
+      add(form, "cardNumber", T.cardNumber, placeholders.cardNumber, "numeric");
+      form.appendChild(announcer.node);
       var row = document.createElement("div"); row.className = "qp-row"; form.appendChild(row);
       add(row, "expiry", T.expiry, "MM / YY", "numeric");
-      add(row, "cvv", T.cvv, "123", "numeric");
+      add(row, "cvv", T.cvv, placeholders.cvv, "numeric");
       add(form, "cardHolder", T.cardHolder, "Erika Mustermann");
+      var number = byName("cardNumber").input, cvv = byName("cvv").input;
+      qpFormatAsTyped(number, qpGroupCard);
+      qpFormatAsTyped(byName("expiry").input, qpFormatExpiry);
+      number.addEventListener("input", function () {
+        var detected = qpCardBrand(number.value);
+        cvv.placeholder = detected ? qpPlaceholders([detected]).cvv : placeholders.cvv;
+        announcer.update(detected);
+      });
     }
     if (message.showStorePaymentMethod) {
       var store = document.createElement("label"); store.className = "qp-store";
@@ -133,6 +144,13 @@ constexpr const char* kFormService = R"HTML(
       if (answer.outcome === "approved") send({ type: "qp-completed", redirect: answer.returnUrl || RETURN_URL, data: data });
       else if (answer.outcome === "challenge") location.href = answer.challengeUrl;
       else {
+        if (answer.outcome === "declined") {
+          // Nothing of the declined card stays on screen but its expiry and holder.
+          ["cardNumber", "cvv"].forEach(function (name) {
+            var f = byName(name);
+            if (f) { f.input.value = ""; f.input.dispatchEvent(new Event("input", { bubbles: true })); }
+          });
+        }
         banner.textContent = answer.outcome === "declined" ? T.declined : (answer.message || T.declined);
         banner.style.display = "block";
         send({ type: "qp-error", error: { name: "PaymentDeclined", message: banner.textContent } });

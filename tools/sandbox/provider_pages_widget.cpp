@@ -24,13 +24,14 @@ constexpr const char* kWidget = R"JS(
     (children || []).forEach(function (child) { node.appendChild(typeof child === "string" ? document.createTextNode(child) : child); });
     return node;
   }
+  var inputs = 0;
   function input(name, cls, placeholder, mode) {
-    return el("input", { name: name, "class": "wpwl-control wpwl-control-" + cls, placeholder: placeholder || "",
-      autocomplete: "off", inputmode: mode || "text" });
+    return el("input", { name: name, id: "wpwl-input-" + ++inputs, "class": "wpwl-control wpwl-control-" + cls,
+      placeholder: placeholder || "", autocomplete: "off", inputmode: mode || "text" });
   }
   function group(name, label, control) {
     return el("div", { "class": "wpwl-group wpwl-group-" + name }, [
-      el("div", { "class": "wpwl-label wpwl-label-" + name }, [label]),
+      el("label", { "class": "wpwl-label wpwl-label-" + name, "for": control.id }, [label]),
       el("div", { "class": "wpwl-wrapper wpwl-wrapper-" + name }, [control])
     ]);
   }
@@ -49,7 +50,7 @@ constexpr const char* kWidget = R"JS(
     var action = container.getAttribute("action") || "";
     var form = el("form", { "class": "wpwl-form", action: action, method: "get", novalidate: "novalidate" });
     var submitLabel = (options.labels && options.labels.submit) || T.pay;
-    var banner = el("div", { "class": "qp-error-box wpwl-message" });
+    var banner = el("div", { "class": "qp-error-box wpwl-message", role: "alert" });
     var fields = [];
     var kind = "card";
     var brandInput = el("input", { type: "hidden", name: "paymentBrand", value: brands[0] || "" });
@@ -87,18 +88,29 @@ constexpr const char* kWidget = R"JS(
       form.className += " wpwl-form-card";
       var marks = el("div", { "class": "qp-brands wpwl-group-brand" }, brands.map(qpMark));
       form.appendChild(marks);
-      var number = input("card.number", "cardNumber", "1234 1234 1234 1234", "numeric");
+      var placeholders = qpPlaceholders(brands), announcer = qpBrandAnnouncer(T);
+      var number = input("card.number", "cardNumber", placeholders.cardNumber, "numeric");
+      var cvvInput = input("card.cvv", "cvv", placeholders.cvv, "numeric");
+      qpFormatAsTyped(number, qpGroupCard);
       number.addEventListener("input", function () {
         var detected = qpCardBrand(number.value).replace("MSTRCRD", "MASTER");
         if (options.brandDetection && detected && brands.indexOf(detected) >= 0) brandInput.value = detected;
         Array.prototype.forEach.call(marks.children, function (mark) {
           mark.style.opacity = !detected || mark.getAttribute("data-brand") === detected ? "1" : "0.3";
         });
+        cvvInput.placeholder = detected ? qpPlaceholders([detected]).cvv : placeholders.cvv;
+        announcer.update(detected);
       });
       form.appendChild(field("cardNumber", T.cardNumber, number));
-      var cvv = field("cvv", T.cvv, input("card.cvv", "cvv", "123", "numeric"));
-      if (options.showCVVHint) cvv.appendChild(el("div", { "class": "wpwl-hint wpwl-hint-cvv" }, ["3 digits on the back of the card"]));
-      form.appendChild(el("div", { "class": "wpwl-row" }, [field("expiry", T.expiry, input("card.expiry", "expiry", "MM / YY", "numeric")), cvv]));
+      form.appendChild(announcer.node);
+      var cvv = field("cvv", T.cvv, cvvInput);
+      if (options.showCVVHint) {
+        cvv.appendChild(el("div", { "class": "wpwl-hint wpwl-hint-cvv", id: cvvInput.id + "-hint" }, ["3 digits on the back of the card"]));
+        cvvInput.setAttribute("aria-describedby", cvvInput.id + "-hint");
+      }
+      var expiry = input("card.expiry", "expiry", "MM / YY", "numeric");
+      qpFormatAsTyped(expiry, qpFormatExpiry);
+      form.appendChild(el("div", { "class": "wpwl-row" }, [field("expiry", T.expiry, expiry), cvv]));
       form.appendChild(field("cardHolder", T.cardHolder, input("card.holder", "cardHolder", "Erika Mustermann")));
     }
     var button = el("button", { type: "submit", "class": "wpwl-button wpwl-button-pay" }, [submitLabel]);
@@ -138,7 +150,14 @@ constexpr const char* kWidget = R"JS(
       }, function (answer) {
         if (answer.outcome === "approved") submitTo(target);
         else if (answer.outcome === "challenge") location.href = answer.challengeUrl;
-        else if (answer.outcome === "declined") fail({ name: "PaymentDeclined", message: T.declined });
+        else if (answer.outcome === "declined") {
+          // Nothing of the declined card stays on screen but its expiry and holder.
+          ["cardNumber", "cvv"].forEach(function (name) {
+            var f = fields.filter(function (x) { return x.name === name; })[0];
+            if (f) { f.input.value = ""; f.input.dispatchEvent(new Event("input", { bubbles: true })); }
+          });
+          fail({ name: "PaymentDeclined", message: T.declined });
+        }
         else fail({ name: "PaymentError", message: answer.message || T.declined });
       });
     });

@@ -11,7 +11,10 @@
 // declined, 6106 not a test card, 6107 unknown stored payment option, 6108 token of another
 // payment, 6109 page not completed by the shopper, 6110 shopper declined, 6111 not INITIATED,
 // 6112 not AUTHORIZED, 6113 capture above the authorized amount, 6114 other currency, 6115
-// cancel after capture, 6116 cancel of a finished payment, 6117 not a currency code.
+// cancel after capture, 6116 cancel of a finished payment, 6117 not a currency code of the list,
+// 6118 payment of another user, 6119 payer account of another user, 6120 balance bound exceeded.
+// A payment is only seen and changed by the user who opened it; the payer account and a stored
+// payment option must be the caller's (payToAccount may credit any account).
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -19,6 +22,7 @@
 #include <cstdio>
 
 #include "sandbox/SandboxState.h"
+#include "sandbox/domain.h"
 
 namespace brivane::sandbox {
 namespace {
@@ -30,49 +34,6 @@ constexpr const char* kDeclinedCard = "4000000000000002";
 bool isDetail(std::string_view key) {
   return key != "partnerReference" && key != "programCode" && key != "localDate" && key != "localTime" &&
          key != "__userId";
-}
-
-// "12", "12.5" or "12.50" (a text or a JSON number) in minor units; nil for anything else,
-// zero, a negative amount or more than two decimals.
-std::optional<std::int64_t> minorUnits(const json::value* value) {
-  if (value == nullptr) return std::nullopt;
-  if (value->is_double()) {  // a JSON number from another client: whole cents only
-    const double cents = std::round(value->get_double() * 100.0);
-    if (std::abs(cents - value->get_double() * 100.0) > 1e-6 || cents <= 0 || cents > 1e14)
-      return std::nullopt;
-    return static_cast<std::int64_t>(cents);
-  }
-  std::string text = value->is_string()                        ? std::string(value->get_string())
-                     : value->is_int64() || value->is_uint64() ? json::serialize(*value)
-                                                               : std::string();
-  const std::size_t dot = text.find('.');
-  std::string whole = text.substr(0, dot);
-  std::string fraction = dot == std::string::npos ? "" : text.substr(dot + 1);
-  auto digitsOnly = [](const std::string& s) {
-    return std::all_of(s.begin(), s.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
-  };
-  if (whole.empty() || whole.size() > 12 || fraction.size() > 2 || !digitsOnly(whole) ||
-      !digitsOnly(fraction) || (dot != std::string::npos && fraction.empty()))
-    return std::nullopt;
-  fraction.resize(2, '0');
-  std::int64_t units = 0;
-  std::from_chars(whole.data(), whole.data() + whole.size(), units);
-  const std::int64_t minor = units * 100 + (fraction[0] - '0') * 10 + (fraction[1] - '0');
-  if (minor <= 0) return std::nullopt;
-  return minor;
-}
-
-// An amount in minor units as the answers carry it: a JSON number in major units.
-json::value majorUnits(std::int64_t minor) {
-  if (minor % 100 == 0) return minor / 100;
-  return static_cast<double>(minor) / 100.0;
-}
-
-std::string printAmount(std::int64_t minor) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%lld.%02lld", static_cast<long long>(minor / 100),
-                static_cast<long long>(minor % 100));
-  return text;
 }
 
 json::value detail(const Payment& payment, const char* key) {
@@ -92,13 +53,25 @@ void refuseMissing(httplib::Response& res, const char* key) {
   refuse(res, 400, "6102", "The '" + std::string(key) + "' parameter is missing.");
 }
 
-Payment* knownPayment(Sandbox::State& state, const std::string& reference, httplib::Response& res) {
+// The payment named by the path, when the caller opened it; nil after answering a refusal.
+Payment* ownPayment(Sandbox::State& state, const json::object& params, const std::string& reference,
+                    httplib::Response& res) {
   auto it = state.store.payments.find(reference);
   if (it == state.store.payments.end()) {
     refuse(res, 404, "6101", "Unknown payment '" + reference + "'.");
     return nullptr;
   }
+  if (it->second.userId != textParam(params, "__userId")) {
+    refuse(res, 403, "6118", "Payment '" + reference + "' belongs to another user.");
+    return nullptr;
+  }
   return &it->second;
+}
+
+// Whether the caller holds `accno`.
+bool heldByCaller(const Store& store, const json::object& params, const std::string& accno) {
+  auto it = store.accounts.find(accno);
+  return it != store.accounts.end() && it->second.userId == textParam(params, "__userId");
 }
 
 // Copies the billing address of a completing call onto the payment when the call says so.
@@ -111,21 +84,21 @@ void takeBillingAddress(Payment& payment, const json::object& params) {
 
 // The amount, currency and accounts every opening call needs, checked and stored on a new payment.
 // Nil after answering a refusal.
-std::optional<Payment> openPayment(Sandbox::State& state, const json::object& params,
-                                   httplib::Response& res) {
+// `accno` names the payer, who must be the caller, unless `credited` (payToAccount credits it).
+std::optional<Payment> openPayment(Sandbox::State& state, const json::object& params, httplib::Response& res,
+                                   bool credited = false) {
   Payment payment;
   const json::value* amount = params.if_contains("presentationAmount");
   if (amount == nullptr) return refuseMissing(res, "presentationAmount"), std::nullopt;
-  std::optional<std::int64_t> minor = minorUnits(amount);
+  std::optional<std::int64_t> minor = amountOf(amount);
   if (!minor) {
-    refuse(res, 400, "6103", "'presentationAmount' must be a positive amount with at most two decimals.");
+    refuse(res, 400, "6103", amountRefusal("presentationAmount"));
     return std::nullopt;
   }
   std::optional<std::string> currency = textParam(params, "presentationCurrCode");
   if (!currency) return refuseMissing(res, "presentationCurrCode"), std::nullopt;
-  if (currency->size() != 3 || !std::all_of(currency->begin(), currency->end(),
-                                            [](unsigned char c) { return std::isupper(c) != 0; })) {
-    refuse(res, 400, "6117", "'" + *currency + "' is not a currency code.");
+  if (!knownCurrency(*currency)) {
+    refuse(res, 400, "6117", currencyRefusal(*currency));
     return std::nullopt;
   }
   for (const auto& [key, value] : params)
@@ -143,9 +116,14 @@ std::optional<Payment> openPayment(Sandbox::State& state, const json::object& pa
       return std::nullopt;
     }
   }
+  if (!credited && !heldByCaller(state.store, params, accno)) {
+    refuse(res, 403, "6119", "Account '" + accno + "' is not held by the caller.");
+    return std::nullopt;
+  }
   if (auto stored = textParam(params, "storedPaymentOptionReference")) {
     auto option = state.store.paymentOptions.find(*stored);
-    if (option == state.store.paymentOptions.end() || option->second.state == "PENDING") {
+    if (option == state.store.paymentOptions.end() || option->second.state == "PENDING" ||
+        !heldByCaller(state.store, params, option->second.accno)) {
       refuse(res, 404, "6107", "Unknown or inactive stored payment option '" + *stored + "'.");
       return std::nullopt;
     }
@@ -153,6 +131,7 @@ std::optional<Payment> openPayment(Sandbox::State& state, const json::object& pa
   payment.details["accno"] = accno;
   payment.details["programAccno"] = programAccno;
   payment.uniqueReference = "PAY" + randomToken(state.random, 12);
+  payment.userId = textParam(params, "__userId").value_or("");
   payment.accno = accno;
   payment.amount = *minor;
   payment.currency = *currency;
@@ -166,11 +145,11 @@ bool chargeCard(Sandbox::State& state, Payment& payment, const json::object& par
   std::optional<std::string> card = textParam(params, "carrierNumber");
   if (!card) return refuseMissing(res, "carrierNumber"), false;
   if (*card == kApprovedCard) {
-    payment.details["carrierNumber"] = "************" + card->substr(card->size() - 4);
+    payment.details["carrierNumber"] = maskedCard(*card);
     return true;
   }
   if (*card == kDeclinedCard) {
-    payment.details["carrierNumber"] = "************" + card->substr(card->size() - 4);
+    payment.details["carrierNumber"] = maskedCard(*card);
     payment.state = "DECLINED";
     state.store.payments[payment.uniqueReference] = payment;
     refuse(res, 402, "6105", "The card was declined.");
@@ -198,11 +177,19 @@ void saveCardIfAsked(Sandbox::State& state, Payment& payment, const json::object
   state.store.paymentOptions[option.reference] = std::move(option);
 }
 
-void book(Sandbox::State& state, const std::string& accno, const Payment& payment, std::int64_t amount,
-          const char* type, const std::string& description, const std::string& counterparty) {
-  state.store.ledger.push_back(LedgerEntry{
-      std::string(type) + "-" + payment.uniqueReference, accno, amount, payment.currency, type, description,
-      counterparty, nowFormatted("%Y-%m-%d"), nowFormatted("%H%M%S"), state.store.nextSequence++});
+// Books a payment's money on `accno`; false after refusing a booking beyond the balance bound.
+bool bookPayment(Sandbox::State& state, const std::string& accno, const Payment& payment, std::int64_t amount,
+                 const char* type, const std::string& description, const std::string& counterparty,
+                 httplib::Response& res) {
+  if (!bookable(state.store, accno, amount)) {
+    refuse(res, 400, "6120",
+           "The payment would take the balance of account '" + accno + "' beyond " +
+               amountText(kMaxMinorUnits) + ".");
+    return false;
+  }
+  book(state.store, std::string(type) + "-" + payment.uniqueReference, accno, amount, payment.currency, type,
+       description, counterparty);
+  return true;
 }
 
 // The answer fields of authorize and payToAccount (the two share their answer).
@@ -277,7 +264,7 @@ const Authorization* authorizationOf(const Store& store, const std::string& refe
 
 void completeAuthorize(Sandbox::State& state, const json::object& params, const std::string& reference,
                        const httplib::Request&, httplib::Response& res) {
-  Payment* payment = knownPayment(state, reference, res);
+  Payment* payment = ownPayment(state, params, reference, res);
   if (payment == nullptr) return;
   std::optional<std::string> token = textParam(params, "authorizationToken");
   if (payment->state == "INITIATED") {
@@ -301,7 +288,7 @@ void completeAuthorize(Sandbox::State& state, const json::object& params, const 
 
 void lmCompleteAuthorize(Sandbox::State& state, const json::object& params, const std::string& reference,
                          const httplib::Request&, httplib::Response& res) {
-  Payment* payment = knownPayment(state, reference, res);
+  Payment* payment = ownPayment(state, params, reference, res);
   if (payment == nullptr) return;
   if (!completable(*payment, authorizationOf(state.store, reference), res)) return;
   takeBillingAddress(*payment, params);
@@ -329,13 +316,14 @@ void authorize(Sandbox::State& state, const json::object& params, const std::str
 void payToAccount(Sandbox::State& state, const json::object& params, const std::string&,
                   const httplib::Request&, httplib::Response& res) {
   if (!textParam(params, "accno")) return refuseMissing(res, "accno");
-  std::optional<Payment> payment = openPayment(state, params, res);
+  std::optional<Payment> payment = openPayment(state, params, res, true);
   if (!payment || !chargeCard(state, *payment, params, res)) return;
+  if (!bookPayment(state, payment->accno, *payment, payment->amount, "PAY_TO_ACCOUNT",
+                   "Pay-to-account " + payment->uniqueReference, detailText(*payment, "carrierNumber"), res))
+    return;
   payment->state = "PAID";
   payment->capturedAmount = payment->amount;
   saveCardIfAsked(state, *payment, params);
-  book(state, payment->accno, *payment, payment->amount, "PAY_TO_ACCOUNT",
-       "Pay-to-account " + payment->uniqueReference, detailText(*payment, "carrierNumber"));
   json::object answer = oneStepAnswer(state, params, *payment, "The account is credited.");
   state.store.payments[payment->uniqueReference] = std::move(*payment);
   sendJSON(res, 200, answer);
@@ -343,33 +331,32 @@ void payToAccount(Sandbox::State& state, const json::object& params, const std::
 
 void capture(Sandbox::State& state, const json::object& params, const std::string& reference,
              const httplib::Request&, httplib::Response& res) {
-  Payment* payment = knownPayment(state, reference, res);
+  Payment* payment = ownPayment(state, params, reference, res);
   if (payment == nullptr) return;
   if (payment->state != "AUTHORIZED")
     return refuse(res, 409, "6112",
                   "The payment is " + payment->state + "; only an AUTHORIZED payment can be captured.");
   std::int64_t amount = payment->amount;
   if (const json::value* modified = params.if_contains("modifiedAmount")) {
-    std::optional<std::int64_t> minor = minorUnits(modified);
-    if (!minor)
-      return refuse(res, 400, "6103",
-                    "'modifiedAmount' must be a positive amount with at most two decimals.");
+    std::optional<std::int64_t> minor = amountOf(modified);
+    if (!minor) return refuse(res, 400, "6103", amountRefusal("modifiedAmount"));
     if (*minor > payment->amount)
       return refuse(res, 400, "6113",
-                    "The capture amount " + printAmount(*minor) + " exceeds the authorized amount " +
-                        printAmount(payment->amount) + ".");
+                    "The capture amount " + amountText(*minor) + " exceeds the authorized amount " +
+                        amountText(payment->amount) + ".");
     amount = *minor;
   }
   if (auto currency = textParam(params, "modifiedAmountCurrCode"); currency && *currency != payment->currency)
     return refuse(
         res, 400, "6114",
         "The currency " + *currency + " differs from the payment's currency " + payment->currency + ".");
+  const std::string programAccno = detailText(*payment, "programAccno");
+  if (!bookPayment(state, programAccno, *payment, amount, "PAYMENT", "Payment " + payment->uniqueReference,
+                   payment->accno, res))
+    return;
   payment->state = "CAPTURED";
   payment->capturedAmount = amount;
   if (auto usage = textParam(params, "modifiedUsage")) payment->details["presentationUsage"] = *usage;
-  const std::string programAccno = detailText(*payment, "programAccno");
-  book(state, programAccno, *payment, amount, "PAYMENT", "Payment " + payment->uniqueReference,
-       payment->accno);
   json::object answer = state.successEnvelope(params);
   answer["initiatorAccno"] = programAccno;
   answer["accno"] = payment->accno;
@@ -386,7 +373,7 @@ void capture(Sandbox::State& state, const json::object& params, const std::strin
 
 void cancel(Sandbox::State& state, const json::object& params, const std::string& reference,
             const httplib::Request&, httplib::Response& res) {
-  Payment* payment = knownPayment(state, reference, res);
+  Payment* payment = ownPayment(state, params, reference, res);
   if (payment == nullptr) return;
   if (payment->state == "CAPTURED")
     return refuse(res, 409, "6115", "A captured payment cannot be cancelled.");
@@ -406,11 +393,11 @@ void cancel(Sandbox::State& state, const json::object& params, const std::string
 
 void information(Sandbox::State& state, const json::object& params, const std::string& reference,
                  const httplib::Request&, httplib::Response& res) {
-  Payment* payment = knownPayment(state, reference, res);
+  Payment* payment = ownPayment(state, params, reference, res);
   if (payment == nullptr) return;
   json::object answer = state.successEnvelope(params);
   answer["uniqueReference"] = payment->uniqueReference;
-  answer["initiatorName"] = "Brivane Sandbox Shop";
+  answer["initiatorName"] = kProgramCompanyName;
   if (auto program = state.store.accounts.find(detailText(*payment, "programAccno"));
       program != state.store.accounts.end())
     if (auto name = textParam(program->second.information, "companyName")) answer["initiatorName"] = *name;

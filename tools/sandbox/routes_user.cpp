@@ -36,16 +36,6 @@ std::string mainEmailOf(const Store& store, const std::string& userId) {
   return it == store.mainEmails.end() ? userId : it->second;
 }
 
-// Whether any user goes by `address`: as user id, main address or secondary address.
-bool addressInUse(const Store& store, const std::string& address) {
-  for (const auto& [userId, user] : store.users) {
-    if (userId == address || mainEmailOf(store, userId) == address) return true;
-    for (const SecondaryEmail& email : user.secondaryEmails)
-      if (email.emailAddress == address) return true;
-  }
-  return false;
-}
-
 // The required text parameter `key`, or nil after answering the refusal.
 std::optional<std::string> required(const json::object& params, const char* key, httplib::Response& res) {
   std::optional<std::string> value = textParam(params, key);
@@ -113,7 +103,7 @@ void sendPasswordResetCode(Sandbox::State& state, const json::object& params, co
 
 void changePassword(Sandbox::State& state, const json::object& params, const std::string& userId,
                     const httplib::Request&, httplib::Response& res) {
-  User* user = knownUser(state, userId, res);
+  User* user = ownUser(state, params, userId, res);
   if (user == nullptr) return;
   auto oldPassword = required(params, "oldPassword", res);
   if (!oldPassword) return;
@@ -221,6 +211,15 @@ void setMainEmail(Sandbox::State& state, const json::object& params, const std::
 }
 
 }  // namespace
+
+bool addressInUse(const Store& store, const std::string& address) {
+  for (const auto& [userId, user] : store.users) {
+    if (userId == address || mainEmailOf(store, userId) == address) return true;
+    for (const SecondaryEmail& email : user.secondaryEmails)
+      if (email.emailAddress == address) return true;
+  }
+  return false;
+}
 
 void registerUserRoutes(Sandbox::State& state) {
   httplib::Server& server = state.server;
