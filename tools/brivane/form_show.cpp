@@ -151,7 +151,8 @@ int showForm(FormRequest request) {
             700);
       }
       if (request.script) {
-        Glib::signal_timeout().connect_once([&] { form->webView().evaluate(*request.script); }, 300);
+        Glib::signal_timeout().connect_once(
+            [&] { QPPaymentFormInternals::webView(*form).evaluate(*request.script); }, 300);
       }
       if (request.screenshot && !shopper) {
         Glib::signal_timeout().connect_once(
