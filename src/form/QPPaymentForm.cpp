@@ -153,6 +153,7 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   Gtk::Overlay overlay;
   std::unique_ptr<Gtk::Box> activityInd;
   std::unique_ptr<Gtk::Box> payUOverlay;
+  bool pageHadKeyboard = false;  // the page had the keyboard when a busy overlay took it
   std::vector<gulong> viewHandlers;
 
   // The keyboard toolbar: the accessory chosen for the web view, shown below it while an input
@@ -235,11 +236,37 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     removeActivityInd();
     activityInd = busyOverlay("brivane-busy", 32);
     overlay.add_overlay(*activityInd);
+    holdPageInput(*activityInd);
   }
 
   void removeActivityInd() {
     if (!activityInd || activityInd->get_parent() == nullptr) return;
     overlay.remove_overlay(*activityInd);
+    releasePageInput();
+  }
+
+  // While a busy overlay shows, the page takes no key either (an Enter cannot submit twice): the
+  // overlay holds the keyboard and the page cannot take it back; afterwards the page has it again
+  // if it had it before.
+  void holdPageInput(Gtk::Widget& busy) {
+    if (!webView) return;
+    Gtk::Widget& page = webView->widget();
+    if (page.get_sensitive()) {
+      Gtk::Root* root = page.get_root();
+      Gtk::Widget* focus = root ? root->get_focus() : nullptr;
+      pageHadKeyboard = focus != nullptr && (focus == &page || focus->is_ancestor(page));
+    }
+    busy.set_focusable(true);
+    if (pageHadKeyboard) busy.grab_focus();
+    page.set_sensitive(false);
+  }
+
+  void releasePageInput() {
+    const bool busy = isActivityIndicatorShown() || (payUOverlay && payUOverlay->get_parent() != nullptr);
+    if (!webView || busy) return;
+    Gtk::Widget& page = webView->widget();
+    page.set_sensitive(true);
+    if (std::exchange(pageHadKeyboard, false)) page.grab_focus();
   }
 
   bool isActivityIndicatorShown() const { return activityInd && activityInd->get_parent() != nullptr; }
@@ -249,11 +276,13 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     removePayUOverlay();
     payUOverlay = busyOverlay("brivane-dimmed", 64);
     overlay.add_overlay(*payUOverlay);
+    holdPageInput(*payUOverlay);
   }
 
   void removePayUOverlay() {
     if (!payUOverlay || payUOverlay->get_parent() == nullptr) return;
     overlay.remove_overlay(*payUOverlay);
+    releasePageInput();
   }
 
   // --- The form service's wait ---

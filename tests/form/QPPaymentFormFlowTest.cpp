@@ -650,11 +650,23 @@ TEST_F(QPPaymentFormFlowTest, StandInsSpeakTheLanguageTheFormPasses) {
   unsetenv("LANGUAGE");
 }
 
-// The busy overlay covers the whole form: a click anywhere goes to it, not to the page.
-TEST_F(QPPaymentFormFlowTest, TheBusyOverlayTakesEveryClick) {
+// The busy overlay covers the whole form: a click anywhere goes to it, not to the page, and so
+// does every key (an Enter cannot submit twice); the page has the keyboard back afterwards.
+TEST_F(QPPaymentFormFlowTest, TheBusyOverlayTakesEveryClickAndKey) {
   render(QPPaymentProviderPayon, {"VISA"}, "busy");
   ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0 && !form_->isActivityIndicatorShown(); }, 15));
+  Gtk::Widget& page = QPPaymentFormInternals::webView(*form_).widget();
+  const auto pageHasKeyboard = [&] {
+    Gtk::Widget* focus = window_->get_focus();
+    return focus != nullptr && (focus == &page || focus->is_ancestor(page));
+  };
+  ASSERT_TRUE(page.grab_focus());
+  ASSERT_TRUE(pumpUntil(pageHasKeyboard, 5));
   evaluate("window.webkit.messageHandlers.ios_showLoading.postMessage(null); true");
+  ASSERT_TRUE(pumpUntil([this] { return form_->isActivityIndicatorShown(); }, 5));
+  EXPECT_FALSE(pageHasKeyboard());
+  EXPECT_FALSE(page.grab_focus());
+  EXPECT_FALSE(pageHasKeyboard());
   ASSERT_TRUE(pumpUntil([this] { return form_->isActivityIndicatorShown(); }, 5));
   Gtk::Widget* overlay = QPPaymentFormInternals::activityOverlay(*form_);
   ASSERT_NE(overlay, nullptr);
@@ -666,6 +678,9 @@ TEST_F(QPPaymentFormFlowTest, TheBusyOverlayTakesEveryClick) {
     ASSERT_NE(picked, nullptr);
     EXPECT_TRUE(picked == overlay || picked->is_ancestor(*overlay));
   }
+  evaluate("window.webkit.messageHandlers.ios_formError.postMessage(null); true");
+  ASSERT_TRUE(pumpUntil([this] { return !form_->isActivityIndicatorShown(); }, 5));
+  EXPECT_TRUE(pumpUntil(pageHasKeyboard, 5));
 }
 
 struct ToolbarLabelCase {
