@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds the core suite (API client, styles, tool, sandbox; no GTK form) with a sanitizer preset
-# and runs it:  bash scripts/sanitize.sh asan|tsan   (default asan: AddressSanitizer and
+# Builds the core suite (API client, styles, tool, sandbox) with a sanitizer preset and runs it;
+# asan also builds the form library and runs the form's lifetime tests (GTK and the web engine
+# stay uninstrumented):  bash scripts/sanitize.sh asan|tsan   (default asan: AddressSanitizer and
 # UndefinedBehaviorSanitizer; tsan: ThreadSanitizer with scripts/tsan.supp).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -11,5 +12,7 @@ case "$preset" in
 esac
 bash scripts/deps.sh
 cmake --preset "$preset" > /dev/null
-cmake --build --preset "$preset" --target brivane_core_tests brivane
+targets=(brivane_core_tests brivane)
+[ "$preset" = asan ] && targets+=(brivane_form_lifetime_tests)
+cmake --build --preset "$preset" --target "${targets[@]}"
 ctest --preset "$preset"

@@ -42,6 +42,24 @@ shot provider3-styled --provider 3 --options VISA,MSTRCRD --token demo --style "
 shot provider0-toolbar --provider 0 --options VISA,MSTRCRD --token demo --focus
 shot provider3-toolbar --provider 3 --options VISA --token demo --focus
 shot provider0-declined --provider 0 --options VISA --token demo --shopper decline
+# A dark GTK theme without host colours; the keyboard's focus in the first field with its toolbar.
+GTK_THEME=Adwaita:dark shot dark-theme --provider 0 --options VISA,MSTRCRD --token demo --focus
+shot keyboard-focus --provider 3 --options VISA --token demo --focus
+
+# The busy overlay while the form waits for a form service that is not there (a closed port: the
+# page has loaded, its frame has not), and a form service that takes the connection and never
+# answers: the notice with "Try again".
+shot busy-overlay --provider 5 --options VISA --token demo --api-url "http://127.0.0.1:9/"
+silent_port_file=$(mktemp)
+python3 -c 'import socket, sys, time
+s = socket.socket(); s.bind(("127.0.0.1", 0)); s.listen(16)
+print(s.getsockname()[1], flush=True); time.sleep(120)' >"$silent_port_file" &
+silent_pid=$!
+for _ in $(seq 50); do [[ -s "$silent_port_file" ]] && break; sleep 0.1; done
+silent="http://127.0.0.1:$(cat "$silent_port_file")/"
+shot service-unavailable --provider 5 --options VISA --token demo --api-url "$silent" --shopper approve
+kill "$silent_pid" 2>/dev/null || true
+rm -f "$silent_port_file"
 shot provider3-declined --provider 3 --options VISA,MSTRCRD --token demo --shopper decline
 shot provider2-paypal-declined --provider 2 --options PAYPAL --token demo --shopper decline
 # Where PayPal's approval leads: the platform's success page.

@@ -52,6 +52,47 @@
   }
   document.addEventListener("focusin", checkKeyboard, true);
   document.addEventListener("focusout", checkKeyboard, true);
+  // A frame whose page is replaced (the provider's 3-D Secure challenge) has lost its focused
+  // input with it: the toolbar goes until an input of the new page takes the focus.
+  document.addEventListener(
+    "load",
+    function (event) {
+      if (!event.target || event.target.tagName !== "IFRAME") return;
+      window.qpFrameKeyboard = false;
+      checkKeyboard();
+    },
+    true
+  );
+  // Tab order wraps: Tab past the last control returns to the first, Shift+Tab before the first
+  // goes to the last, so that the focus never leaves the form.
+  function tabbable(node) {
+    return node.tabIndex >= 0 && !node.disabled && node.type !== "hidden" && node.offsetParent !== null;
+  }
+  window.qpTabbables = function () {
+    return Array.prototype.slice
+      .call(document.querySelectorAll("input, select, textarea, button, a[href], iframe, [tabindex]"))
+      .filter(tabbable);
+  };
+  document.addEventListener(
+    "keydown",
+    function (event) {
+      if (event.key !== "Tab" || event.altKey || event.ctrlKey || event.metaKey) return;
+      var controls = window.qpTabbables();
+      if (controls.length === 0) return;
+      var first = controls[0];
+      var last = controls[controls.length - 1];
+      var active = document.activeElement;
+      var outside = controls.indexOf(active) < 0;
+      if (!event.shiftKey && (active === last || outside)) {
+        event.preventDefault();
+        first.focus();
+      } else if (event.shiftKey && (active === first || outside)) {
+        event.preventDefault();
+        last.focus();
+      }
+    },
+    true
+  );
   // A host style whose border side has no width set prints an absurd width (the largest
   // unsigned number in pixels); such a border would cover the whole form. The page drops those
   // widths so that the side keeps the form's own look; every other rule stays as the host made it.

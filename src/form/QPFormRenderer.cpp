@@ -9,6 +9,8 @@
 
 #include "brivane/api/core/QPLookups.h"
 #include "brivane/util/QPUtils.h"
+#include "form/PageBridge.h"
+#include "form/ProviderProfile.h"
 #include "util/QPBundle.h"
 
 namespace brivane {
@@ -16,10 +18,6 @@ namespace {
 
 bool contains(const std::vector<std::string>& list, const std::string& value) {
   return std::find(list.begin(), list.end(), value) != list.end();
-}
-
-bool isFormServiceProvider(std::uint64_t provider) {
-  return provider >= 3 && provider <= 7;
 }
 
 char lowerASCII(char c) {
@@ -263,10 +261,7 @@ const std::string& QPFormRenderer::brandCSS() {
 }
 
 const std::vector<std::string>& QPFormRenderer::wkScripMessageNames() {
-  static const std::vector<std::string> names = {
-      "ObjC_Log",      "ios_formLoaded", "ios_showLoading",      "ios_formError",
-      "ios_postParam", "ObjC_onError",   "ObjC_PrevButtEnabled", "ObjC_NextButtEnabled"};
-  return names;
+  return PageBridge::wkScripMessageNames();
 }
 
 std::string QPFormRenderer::normalizedApiURL(const std::string& url) {
@@ -274,43 +269,11 @@ std::string QPFormRenderer::normalizedApiURL(const std::string& url) {
 }
 
 bool QPFormRenderer::isPaymentOptionValid(std::uint64_t provider, const std::string& code) {
-  switch (provider) {
-    case QPPaymentProviderPayon:
-    case QPPaymentProviderPayonPci:
-      return code == QPLookups::PaymentOptionCode_Visa() ||
-             code == QPLookups::PaymentOptionCode_MasterCard() ||
-             code == QPLookups::PaymentOptionCode_BankAccount() ||
-             code == QPLookups::PaymentOptionCode_PayPal();
-    case QPPaymentProviderPayU:
-      return code == QPLookups::PaymentOptionCode_PayU();
-    case QPPaymentProviderPayPal:
-      return code == QPLookups::PaymentOptionCode_PayPal();
-    case QPPaymentProviderSepa:
-      return code == QPLookups::PaymentOptionCode_BankAccount();
-    default:
-      return isPaymentOptionCodeValidInSet(provider, code);
-  }
+  return ProviderProfile::of(provider).acceptsAlone(code);
 }
 
 bool QPFormRenderer::isPaymentOptionCodeValidInSet(std::uint64_t provider, const std::string& code) {
-  const bool card =
-      code == QPLookups::PaymentOptionCode_Visa() || code == QPLookups::PaymentOptionCode_MasterCard();
-  const bool otherCard =
-      code == QPLookups::PaymentOptionCode_Amex() || code == QPLookups::PaymentOptionCode_Discover();
-  switch (provider) {
-    case QPPaymentProviderPayon:
-    case QPPaymentProviderPayonPci:
-      return card;
-    case QPPaymentProviderCyberSource:
-    case QPPaymentProviderCyberSourceTokenEx:
-      return card || otherCard;
-    case QPPaymentProviderVesta:
-      return card || otherCard || code == QPLookups::PaymentOptionCode_Maestro();
-    case QPPaymentProviderSepa:
-      return code == QPLookups::PaymentOptionCode_BankAccount();
-    default:
-      return false;
-  }
+  return ProviderProfile::of(provider).acceptsInSet(code);
 }
 
 std::string QPFormRenderer::paymentOptionCodeForNumber(std::int64_t number) {
@@ -352,9 +315,7 @@ std::string QPFormRenderer::elementName(std::uint64_t element) {
 }
 
 std::string QPFormRenderer::templateNameForProvider(std::uint64_t provider) {
-  if (provider == QPPaymentProviderPayPal) return "paypal_form";
-  if (isFormServiceProvider(provider)) return "cybersource_form";
-  return "payon_form";
+  return ProviderProfile::of(provider).templateName;
 }
 
 std::optional<std::string> QPFormRenderer::checkConfiguration(
@@ -372,7 +333,7 @@ std::optional<std::string> QPFormRenderer::checkConfiguration(
   if (!authorizationToken) return "The 'authorizationToken' property must be set.";
   const std::uint64_t provider = configuration.paymentProvider;
   const bool needsRedirect = contains(*options, QPLookups::PaymentOptionCode_PayU()) ||
-                             (provider >= QPPaymentProviderCyberSource && provider <= QPPaymentProviderSepa);
+                             ProviderProfile::of(provider).needsRedirectURL;
   if (needsRedirect && (!configuration.redirectURL || configuration.redirectURL->empty())) {
     return "The 'redirectURL' property must be set.";
   }
@@ -471,6 +432,7 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
                                       const QPFormDeployment& deployment,
                                       const QPRenderEnvironment& environment) {
   const std::uint64_t provider = configuration.paymentProvider;
+  const ProviderProfile& profile = ProviderProfile::of(provider);
   QPRenderedForm rendered;
   rendered.apiURL = configuration.apiURL;
 
@@ -524,7 +486,7 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
   std::string providerName;
   // Provider-specific fills come first: they win over the common ones of the same placeholder.
   std::vector<Fill> fills;
-  if (provider == QPPaymentProviderPayon) {
+  if (profile.page == ProviderPage::CardGateway) {
     for (const auto& [from, to] : {std::pair{"zh", "cn"}, std::pair{"cs", "cz"}, std::pair{"el", "gr"}}) {
       if (locale.starts_with(from)) {
         locale.replace(0, 2, to);
@@ -532,30 +494,25 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
       }
     }
     rendered.apiURL = widgetURL;
-  } else if (provider == QPPaymentProviderPayPal) {
+  } else if (profile.page == ProviderPage::PayPal) {
     fills.push_back({"{{{locale}}}", environment.localeFull});
     fills.push_back({"{{{successURL}}}", deployment.payPalSuccessURL});
     fills.push_back({"{{{cancelURL}}}", deployment.payPalCancelURL});
-  } else if (isFormServiceProvider(provider)) {
+  } else if (profile.page == ProviderPage::FormService) {
     std::string optionCodes = inQuotes(escapedInScriptString(paymentCode));
-    if (provider != QPPaymentProviderSepa && options.size() >= 2) {
+    if (profile.joinsOptions && options.size() >= 2) {
       optionCodes.clear();
       for (const std::string& code : options) optionCodes += "," + inQuotes(escapedInScriptString(code));
       optionCodes.erase(0, 1);
       rendered.paymentCode.reset();
     }
     fills.push_back({"{{{authorizationToken}}}", authorizationToken});
-    const bool cyberSource =
-        provider == QPPaymentProviderCyberSource || provider == QPPaymentProviderCyberSourceTokenEx;
-    const std::string formURL = cyberSource ? apiURL + "cybersource/paymentform" : apiURL;
+    const std::string formURL = apiURL + profile.formServicePath;
     css = escapedForScriptString(css + brandCSS());
     fills.push_back({"{{{paymentFormUrl}}}", formURL});
     fills.push_back({"__paymentOptionCodes__", optionCodes, true});
     fills.push_back({"__iframeCss__", css, true});
-    providerName = cyberSource                          ? "cyber"
-                   : provider == QPPaymentProviderVesta ? "vesta"
-                   : provider == QPPaymentProviderSepa  ? "sepa"
-                                                        : "payonpci";
+    providerName = profile.providerName;
   }
 
   const double height = environment.viewHeight < 1.0 ? environment.screenHeight : environment.viewHeight;
@@ -566,7 +523,7 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
   const std::string submitTitle = text(
       configuration.mode == QPPaymentFormModeRegistration ? "submit_butt_title" : "submit_pay_butt_title");
 
-  if (provider == QPPaymentProviderPayPal) {
+  if (profile.page == ProviderPage::PayPal) {
     const QPPayPalButtonStyle button = formStyle && formStyle->paypalButtonStyle()
                                            ? *formStyle->paypalButtonStyle()
                                            : QPPayPalButtonStyle::initDefault();
@@ -580,7 +537,7 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
 
   const Fill common[] = {
       {"{{{payment_form_version}}}", formVersion()},
-      {"__useTokenEx__", provider == QPPaymentProviderCyberSourceTokenEx ? "true" : "false", true},
+      {"__useTokenEx__", profile.usesTokenEx ? "true" : "false", true},
       {"__isStorable__", storable, true},
       {"{{{paymentProvider}}}", providerName},
       {"{{{submitButtonTitle}}}", submitTitle},

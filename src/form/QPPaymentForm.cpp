@@ -9,6 +9,8 @@
 #include <glibmm/main.h>
 #include <gtkmm/button.h>
 #include <gtkmm/cssprovider.h>
+#include <gtkmm/label.h>
+#include <gtkmm/messagedialog.h>
 #include <gtkmm/overlay.h>
 #include <gtkmm/spinner.h>
 #include <gtkmm/stylecontext.h>
@@ -19,7 +21,13 @@
 #include "brivane/api/core/QPLookups.h"
 #include "brivane/util/QPUtils.h"
 #include "form/CustomWebView.h"
+#include "form/FieldValidation.h"
 #include "form/FormEngineWarmUp.h"
+#include "form/KeyboardToolbar.h"
+#include "form/NavigationPolicy.h"
+#include "form/PageBridge.h"
+#include "form/ProviderProfile.h"
+#include "form/QPPaymentFormInternal.h"
 #include "form/ScripMessageHandlerMediator.h"
 
 namespace brivane {
@@ -27,10 +35,8 @@ namespace {
 
 constexpr unsigned kShortDelayMs = 300;
 constexpr unsigned kPayUDelayMs = 3000;
-constexpr std::string_view kPromptPrefix = "jsFunction: ";
-// Posted by the page's bridge when one of its inputs takes (true) or loses (false) the focus:
-// the desktop's stand-in for the on-screen keyboard showing and hiding.
-constexpr const char* kKeyboardMessage = "qp_keyboard";
+// How long the form service may take to show its form before the shopper is told.
+constexpr unsigned kFormServiceWaitMs = 5000;
 // Ends editing in the page: blurs the focused input (the form-service page forwards it to its frame).
 constexpr const char* kEndEditingScript =
     "if (typeof qpEndEditing === 'function') { qpEndEditing(); } "
@@ -45,15 +51,13 @@ constexpr const char* kHttpBodyScript =
     "encodeURIComponent(curInput.name) + '=' + encodeURIComponent(curInput.value) + '&'; }}return result;} "
     "getHttpBodyPlz();";
 
-// The look of the form's own widgets: a compact spinner card, PayU's dimmed overlay and the
-// keyboard toolbar. Installed once per display.
+// The form's busy states cover the whole form and take every click while shown: the activity
+// overlay is translucent over the page, PayU's return dims it.
 constexpr const char* kFormWidgetCSS = R"CSS(
-.brivane-activity { background: rgba(255, 255, 255, 0.92); border-radius: 12px; padding: 14px;
-  box-shadow: 0 1px 6px rgba(0, 0, 0, 0.18); }
+.brivane-busy { background: rgba(128, 128, 128, 0.28); }
 .brivane-dimmed { background: rgba(0, 0, 0, 0.3); }
-.brivane-toolbar { background: #f4f5f7; border-top: 1px solid #d0d4da; padding: 4px 8px; }
-.brivane-toolbar button { min-height: 36px; }
-.brivane-toolbar .brivane-arrow { font-size: 26px; font-weight: 500; padding: 0 10px; }
+.brivane-notice { margin: 16px; padding: 16px; border-radius: 8px; background: @theme_bg_color;
+  border: 1px solid alpha(currentColor, 0.25); }
 )CSS";
 
 void installFormWidgetCSS() {
@@ -66,54 +70,8 @@ void installFormWidgetCSS() {
   Gtk::StyleContext::add_provider_for_display(display, provider, GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
 }
 
-bool isCardFormProvider(std::uint64_t provider) {
-  return provider >= QPPaymentProviderCyberSource && provider <= QPPaymentProviderPayonPci;
-}
-
-std::string percentDecoded(const std::string& text);
-
-std::vector<QPURLQueryItem> queryItemsOf(const std::string& url) {
-  std::vector<QPURLQueryItem> items;
-  const std::size_t question = url.find('?');
-  if (question == std::string::npos) return items;
-  std::string query = url.substr(question + 1);
-  query = query.substr(0, query.find('#'));
-  std::size_t start = 0;
-  while (start <= query.size()) {
-    std::size_t end = query.find('&', start);
-    if (end == std::string::npos) end = query.size();
-    const std::string pair = query.substr(start, end - start);
-    if (!pair.empty()) {
-      const std::size_t equals = pair.find('=');
-      QPURLQueryItem item;
-      item.name = percentDecoded(pair.substr(0, equals));
-      if (equals != std::string::npos) item.value = percentDecoded(pair.substr(equals + 1));
-      items.push_back(std::move(item));
-    }
-    start = end + 1;
-  }
-  return items;
-}
-
 void openWithDesktop(const std::string& url) {
   g_app_info_launch_default_for_uri_async(url.c_str(), nullptr, nullptr, nullptr, nullptr);
-}
-
-// The done item's title: German when the first preferred language is German.
-std::string doneTitle() {
-  const std::vector<std::string> languages = QPUtils::preferredLanguages();
-  if (!languages.empty() && (languages.front().starts_with("de") || languages.front().starts_with("DE"))) {
-    return "Fertig";
-  }
-  return "Done";
-}
-
-std::string percentDecoded(const std::string& text) {
-  gchar* decoded = g_uri_unescape_string(text.c_str(), nullptr);
-  if (decoded == nullptr) return text;
-  std::string result = decoded;
-  g_free(decoded);
-  return result;
 }
 
 double mainScreenHeight() {
@@ -128,8 +86,54 @@ double mainScreenHeight() {
   return geometry.height;
 }
 
+NavigationType navigationTypeOf(WebKitNavigationType type) {
+  switch (type) {
+    case WEBKIT_NAVIGATION_TYPE_LINK_CLICKED:
+      return NavigationType::LinkActivated;
+    case WEBKIT_NAVIGATION_TYPE_FORM_SUBMITTED:
+      return NavigationType::FormSubmitted;
+    case WEBKIT_NAVIGATION_TYPE_BACK_FORWARD:
+      return NavigationType::BackForward;
+    case WEBKIT_NAVIGATION_TYPE_RELOAD:
+      return NavigationType::Reload;
+    case WEBKIT_NAVIGATION_TYPE_FORM_RESUBMITTED:
+      return NavigationType::FormResubmitted;
+    default:
+      return NavigationType::Other;
+  }
+}
+
+// A full-form overlay with a centred spinner, named for screen readers.
+std::unique_ptr<Gtk::Box> busyOverlay(const char* cssClass, int spinnerSize) {
+  installFormWidgetCSS();
+  auto box = std::make_unique<Gtk::Box>();
+  box->add_css_class(cssClass);
+  box->set_halign(Gtk::Align::FILL);
+  box->set_valign(Gtk::Align::FILL);
+  box->set_can_target(true);  // the page under it gets no click
+  const std::string name = QPUtils::LStr("processing_payment");
+  gtk_accessible_update_property(GTK_ACCESSIBLE(box->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(),
+                                 -1);
+  auto* spinner = Gtk::make_managed<Gtk::Spinner>();
+  spinner->set_size_request(spinnerSize, spinnerSize);
+  spinner->set_hexpand(true);
+  spinner->set_vexpand(true);
+  spinner->set_halign(Gtk::Align::CENTER);
+  spinner->set_valign(Gtk::Align::CENTER);
+  gtk_accessible_update_property(GTK_ACCESSIBLE(spinner->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(),
+                                 -1);
+  spinner->start();
+  box->append(*spinner);
+  return box;
+}
+
 }  // namespace
 
+// Wires the form's parts: the web view and its messages, the navigation policy, the keyboard
+// toolbar, validation and the busy overlays. Every host callback goes through `callHost`: a
+// copy, called last, with arguments the host owns. Entry points from the engine hold the Impl
+// while they run, so that after a callback they can see (`alive`) whether the host destroyed
+// the form, and touch nothing of it then.
 struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this<Impl> {
   QPPaymentForm* form = nullptr;
   QPFormConfiguration configuration;
@@ -149,15 +153,13 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   Gtk::Overlay overlay;
   std::unique_ptr<Gtk::Box> activityInd;
   std::unique_ptr<Gtk::Box> payUOverlay;
+  bool pageHadKeyboard = false;  // the page had the keyboard when a busy overlay took it
   std::vector<gulong> viewHandlers;
 
   // The keyboard toolbar: the accessory chosen for the web view, shown below it while an input
   // of the page has the focus.
-  std::unique_ptr<Gtk::Box> toolbar;
-  std::vector<std::string> toolbarTitles;
+  std::unique_ptr<KeyboardToolbar> toolbar;
   bool keyboardShown = false;
-  Gtk::Button* prevButtItem = nullptr;
-  Gtk::Button* nextButtItem = nullptr;
 
   std::uint64_t toolbarType = QPToolbarTypeNone;
   std::optional<std::string> paymentCode;
@@ -172,14 +174,37 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   bool isAlreadySubmitted = false;
   bool isAuthParamsAccepted = false;
   bool currentLoadFailed = false;
+  // The URL the form itself asked the view to load (PayU's page, a link it loads), until it shows.
+  std::optional<std::string> requestedURL;
+  // The form service's page of the current render: whether it showed its form, and the notice
+  // shown when it did not in time (its own later error is the same news: dropped meanwhile).
+  unsigned renderGeneration = 0;
+  bool formServiceReady = false;
+  bool serviceWaitArmed = false;
+  std::unique_ptr<Gtk::Box> serviceNotice;
+  std::function<void()> renderAgain;
   boost::json::value formPostParam;
   std::optional<boost::json::object> onBeforeSubmitDict;
+
+  bool alive() const { return form != nullptr; }
+  const ProviderProfile& profile() const { return ProviderProfile::of(configuration.paymentProvider); }
+
+  // Calls a host callback last: through a copy, with arguments it owns. Whether the form still
+  // exists afterwards (the caller holds the Impl).
+  template <class Callback, class... Args>
+  bool callHost(const Callback& callback, Args... arguments) {
+    if (callback) {
+      Callback copy = callback;
+      copy(std::move(arguments)...);
+    }
+    return alive();
+  }
 
   // Runs `work` on the main loop later, unless the form is gone by then.
   void later(std::function<void(Impl&)> work, unsigned delayMs = 0) {
     std::weak_ptr<Impl> weak = weak_from_this();
     auto run = [weak, work = std::move(work)] {
-      if (auto self = weak.lock(); self && self->form != nullptr) work(*self);
+      if (auto self = weak.lock(); self && self->alive()) work(*self);
     };
     if (delayMs == 0) {
       Glib::signal_idle().connect_once(run);
@@ -194,36 +219,54 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
 
   // Evaluates `script`; `done` gets whether the answer is the value true (a script error is
   // not), later on the main loop and only while the form exists.
-  void evaluateIsTrue(const std::string& script, std::function<void(Impl&, bool)> done) {
+  void evaluateIsTrue(const std::string& script, std::function<void(bool)> done) {
     if (!webView) return;
     std::weak_ptr<Impl> weak = weak_from_this();
     webView->evaluate(script, [weak, done = std::move(done)](const std::optional<boost::json::value>& result,
                                                              const std::optional<std::string>&) {
       auto self = weak.lock();
-      if (!self || self->form == nullptr) return;
-      done(*self, result && result->is_bool() && result->get_bool());
+      if (!self || !self->alive()) return;
+      done(result && result->is_bool() && result->get_bool());
     });
   }
 
-  // A spinner of a fixed size on a light card, centred over the web view.
+  // --- Busy states ---
+
   void addActivityInd() {
     removeActivityInd();
-    installFormWidgetCSS();
-    activityInd = std::make_unique<Gtk::Box>();
-    activityInd->add_css_class("brivane-activity");
-    activityInd->set_halign(Gtk::Align::CENTER);
-    activityInd->set_valign(Gtk::Align::CENTER);
-    activityInd->set_can_target(false);
-    auto* spinner = Gtk::make_managed<Gtk::Spinner>();
-    spinner->set_size_request(32, 32);
-    spinner->start();
-    activityInd->append(*spinner);
+    activityInd = busyOverlay("brivane-busy", 32);
     overlay.add_overlay(*activityInd);
+    holdPageInput(*activityInd);
   }
 
   void removeActivityInd() {
     if (!activityInd || activityInd->get_parent() == nullptr) return;
     overlay.remove_overlay(*activityInd);
+    releasePageInput();
+  }
+
+  // While a busy overlay shows, the page takes no key either (an Enter cannot submit twice): the
+  // overlay holds the keyboard and the page cannot take it back; afterwards the page has it again
+  // if it had it before.
+  void holdPageInput(Gtk::Widget& busy) {
+    if (!webView) return;
+    Gtk::Widget& page = webView->widget();
+    if (page.get_sensitive()) {
+      Gtk::Root* root = page.get_root();
+      Gtk::Widget* focus = root ? root->get_focus() : nullptr;
+      pageHadKeyboard = focus != nullptr && (focus == &page || focus->is_ancestor(page));
+    }
+    busy.set_focusable(true);
+    if (pageHadKeyboard) busy.grab_focus();
+    page.set_sensitive(false);
+  }
+
+  void releasePageInput() {
+    const bool busy = isActivityIndicatorShown() || (payUOverlay && payUOverlay->get_parent() != nullptr);
+    if (!webView || busy) return;
+    Gtk::Widget& page = webView->widget();
+    page.set_sensitive(true);
+    if (std::exchange(pageHadKeyboard, false)) page.grab_focus();
   }
 
   bool isActivityIndicatorShown() const { return activityInd && activityInd->get_parent() != nullptr; }
@@ -231,152 +274,245 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   // PayU's return: the whole view dimmed, with a large spinner, until the success 3 s later.
   void addPayUOverlay() {
     removePayUOverlay();
-    installFormWidgetCSS();
-    payUOverlay = std::make_unique<Gtk::Box>();
-    payUOverlay->add_css_class("brivane-dimmed");
-    payUOverlay->set_halign(Gtk::Align::FILL);
-    payUOverlay->set_valign(Gtk::Align::FILL);
-    auto* spinner = Gtk::make_managed<Gtk::Spinner>();
-    spinner->set_size_request(64, 64);
-    spinner->set_hexpand(true);
-    spinner->set_vexpand(true);
-    spinner->set_halign(Gtk::Align::CENTER);
-    spinner->set_valign(Gtk::Align::CENTER);
-    spinner->start();
-    payUOverlay->append(*spinner);
+    payUOverlay = busyOverlay("brivane-dimmed", 64);
     overlay.add_overlay(*payUOverlay);
+    holdPageInput(*payUOverlay);
   }
 
   void removePayUOverlay() {
     if (!payUOverlay || payUOverlay->get_parent() == nullptr) return;
     overlay.remove_overlay(*payUOverlay);
+    releasePageInput();
   }
 
-  void reportError(const boost::json::value& error) {
-    if (onError) onError(error);
+  // --- The form service's wait ---
+
+  // After a render of a form-service page: when its form has not shown within the wait, the
+  // shopper sees a notice in the form's language with a way to try again, and the host hears why.
+  // The wait starts once the form's own page is there (the engine's start is not the service's).
+  void watchFormService() {
+    ++renderGeneration;
+    formServiceReady = false;
+    removeServiceNotice();
+    serviceWaitArmed = profile().page == ProviderPage::FormService;
   }
+
+  void didCommitNavigation() {
+    if (!serviceWaitArmed) return;
+    serviceWaitArmed = false;
+    const unsigned generation = renderGeneration;
+    later(
+        [generation](Impl& self) {
+          if (generation != self.renderGeneration || self.formServiceReady || self.isFormFinished) return;
+          self.showServiceNotice();
+          self.reportError(boost::json::object{
+              {"name", "FormServiceUnavailable"},
+              {"message", "The payment form service did not show its form within 5 seconds."}});
+        },
+        kFormServiceWaitMs);
+  }
+
+  void showServiceNotice() {
+    removeActivityInd();
+    removeServiceNotice();
+    installFormWidgetCSS();
+    serviceNotice = std::make_unique<Gtk::Box>(Gtk::Orientation::VERTICAL, 12);
+    serviceNotice->add_css_class("brivane-notice");
+    serviceNotice->set_valign(Gtk::Align::START);
+    serviceNotice->set_halign(Gtk::Align::FILL);
+    auto* text = Gtk::make_managed<Gtk::Label>(QPUtils::LStr("form_unavailable"));
+    text->set_wrap(true);
+    text->set_xalign(0);
+    serviceNotice->append(*text);
+    auto* retry = Gtk::make_managed<Gtk::Button>(QPUtils::LStr("try_again"));
+    retry->set_halign(Gtk::Align::START);
+    std::weak_ptr<Impl> weak = weak_from_this();
+    retry->signal_clicked().connect([weak] {
+      // Later: the button goes with the notice that the new render removes.
+      if (auto self = weak.lock(); self && self->alive()) {
+        self->later([](Impl& form) {
+          if (auto again = form.renderAgain) again();
+        });
+      }
+    });
+    serviceNotice->append(*retry);
+    overlay.add_overlay(*serviceNotice);
+  }
+
+  void removeServiceNotice() {
+    if (!serviceNotice || serviceNotice->get_parent() == nullptr) return;
+    overlay.remove_overlay(*serviceNotice);
+  }
+
+  bool isServiceNoticeShown() const { return serviceNotice && serviceNotice->get_parent() != nullptr; }
+
+  // --- The page's alert() and confirm() ---
+
+  // A dialog of the host's window, titled with the page's host name and answered in the form's
+  // language; the page waits for it. One at a time: the page cannot open a second meanwhile.
+  struct PageDialog {
+    WebKitScriptDialog* script = nullptr;
+    std::unique_ptr<Gtk::MessageDialog> window;
+  };
+  std::optional<PageDialog> pageDialog;
+
+  void showPageDialog(WebKitScriptDialog* dialog) {
+    closePageDialog(false);
+    const bool confirm = webkit_script_dialog_get_dialog_type(dialog) == WEBKIT_SCRIPT_DIALOG_CONFIRM;
+    auto* root = form != nullptr ? dynamic_cast<Gtk::Window*>(form->get_root()) : nullptr;
+    auto window = std::make_unique<Gtk::MessageDialog>(
+        webkit_script_dialog_get_message(dialog), false,
+        confirm ? Gtk::MessageType::QUESTION : Gtk::MessageType::INFO, Gtk::ButtonsType::NONE, true);
+    if (root != nullptr) window->set_transient_for(*root);
+    window->set_title(pageHostName());
+    if (confirm) window->add_button(QPUtils::LStr("dialog_cancel"), Gtk::ResponseType::CANCEL);
+    window->add_button(QPUtils::LStr("dialog_ok"), Gtk::ResponseType::OK);
+    window->set_default_response(Gtk::ResponseType::OK);
+    std::weak_ptr<Impl> weak = weak_from_this();
+    window->signal_response().connect([weak](int response) {
+      if (auto self = weak.lock())
+        self->later([response](Impl& form) { form.closePageDialog(response == Gtk::ResponseType::OK); });
+    });
+    pageDialog = PageDialog{webkit_script_dialog_ref(dialog), std::move(window)};
+    pageDialog->window->present();
+  }
+
+  // Answers the page's dialog (confirm: `confirmed`) and closes its window.
+  void closePageDialog(bool confirmed) {
+    if (!pageDialog) return;
+    PageDialog dialog = std::move(*pageDialog);
+    pageDialog.reset();
+    if (webkit_script_dialog_get_dialog_type(dialog.script) == WEBKIT_SCRIPT_DIALOG_CONFIRM) {
+      webkit_script_dialog_confirm_set_confirmed(dialog.script, confirmed);
+    }
+    webkit_script_dialog_close(dialog.script);
+    webkit_script_dialog_unref(dialog.script);
+    dialog.window->hide();
+  }
+
+  std::string pageHostName() const {
+    const char* uri = webView ? webkit_web_view_get_uri(webView->view()) : nullptr;
+    GUri* parsed = uri != nullptr ? g_uri_parse(uri, G_URI_FLAGS_NONE, nullptr) : nullptr;
+    std::string host = parsed != nullptr && g_uri_get_host(parsed) != nullptr ? g_uri_get_host(parsed) : "";
+    if (parsed != nullptr) g_uri_unref(parsed);
+    return host;
+  }
+
+  // --- Endings ---
+
+  bool reportError(const boost::json::value& error) { return callHost(onError, error); }
 
   // The end of every successful path: no error may follow a success, and nothing stays
   // spinning over the page the provider ended on.
-  void succeed(const std::optional<std::string>& payload) {
+  void succeed(std::optional<std::string> payload) {
     removeActivityInd();
     if (!onSuccessCallback) return;
     onError = nullptr;
-    SuccessCallback callback = onSuccessCallback;
-    callback(paymentCode, authToken.value_or(""), payload);
+    callHost(onSuccessCallback, paymentCode, authToken.value_or(""), std::move(payload));
   }
 
+  // --- Script messages ---
+
   void didReceiveScriptMessage(const std::string& name, const boost::json::value& body) override {
-    if (name == "ObjC_Log") {
-      if (body.is_string()) g_debug("page: %s", percentDecoded(std::string(body.get_string())).c_str());
-    } else if (name == "ios_formLoaded" || name == "ios_formError") {
-      isAlreadySubmitted = false;
-      later([](Impl& self) { self.removeActivityInd(); });
-    } else if (name == "ios_showLoading") {
-      // Once the form has ended nothing would take a late indicator away again.
-      later([](Impl& self) {
-        if (!self.isFormFinished) self.addActivityInd();
-      });
-    } else if (name == "ios_postParam") {
-      formPostParam = body;
-    } else if (name == "ObjC_onError") {
-      later([body](Impl& self) { self.reportError(body); });
-    } else if (name == "ObjC_PrevButtEnabled" || name == "ObjC_NextButtEnabled") {
-      const bool enabled = body.is_bool() && body.get_bool();
-      later([name, enabled](Impl& self) {
-        Gtk::Button* item = name == "ObjC_PrevButtEnabled" ? self.prevButtItem : self.nextButtItem;
-        if (item != nullptr) item->set_sensitive(enabled);
-      });
-    } else if (name == kKeyboardMessage) {
-      if (body.is_bool()) {
-        if (body.get_bool()) {
-          keyboardWillShow();
-        } else {
-          keyboardWillHide();
+    const std::optional<PageMessage> message = PageBridge::messageNamed(name);
+    if (!message) return;
+    switch (*message) {
+      case PageMessage::Log:
+        if (body.is_string()) {
+          g_debug("page: %s", NavigationPolicy::percentDecoded(std::string(body.get_string())).c_str());
         }
+        break;
+      case PageMessage::FormLoaded:
+        formServiceReady = true;
+        later([](Impl& self) { self.removeServiceNotice(); });
+        [[fallthrough]];
+      case PageMessage::FormError:
+        isAlreadySubmitted = false;
+        later([](Impl& self) { self.removeActivityInd(); });
+        break;
+      case PageMessage::ShowLoading:
+        // Once the form has ended nothing would take a late indicator away again.
+        later([](Impl& self) {
+          if (!self.isFormFinished) self.addActivityInd();
+        });
+        break;
+      case PageMessage::PostParam:
+        formPostParam = body;
+        break;
+      case PageMessage::OnError:
+        later([body](Impl& self) {
+          if (!self.isServiceNoticeShown()) self.reportError(body);
+        });
+        break;
+      case PageMessage::PrevButtEnabled:
+      case PageMessage::NextButtEnabled: {
+        const bool enabled = body.is_bool() && body.get_bool();
+        const bool previous = *message == PageMessage::PrevButtEnabled;
+        later([previous, enabled](Impl& self) {
+          if (!self.toolbar) return;
+          if (previous) {
+            self.toolbar->setPreviousEnabled(enabled);
+          } else {
+            self.toolbar->setNextEnabled(enabled);
+          }
+        });
+        break;
       }
+      case PageMessage::Keyboard:
+        if (body.is_bool()) {
+          if (body.get_bool()) {
+            keyboardWillShow();
+          } else {
+            keyboardWillHide();
+          }
+        }
+        break;
     }
-    if (observer) observer(name, body);
+    callHost(observer, name, body);
   }
 
   // --- Keyboard toolbar ---
 
-  Gtk::Button* toolbarButton(Gtk::Box& bar, const std::string& title, void (Impl::*action)()) {
-    auto* button = Gtk::make_managed<Gtk::Button>(title);
-    button->set_focus_on_click(false);
-    button->set_can_focus(false);
+  std::unique_ptr<KeyboardToolbar> newToolbar(KeyboardToolbar::Kind kind, void (Impl::*done)()) {
     std::weak_ptr<Impl> weak = weak_from_this();
-    button->signal_clicked().connect([weak, action] {
-      if (auto self = weak.lock(); self && self->form != nullptr) ((*self).*action)();
-    });
-    bar.append(*button);
-    toolbarTitles.push_back(title);
-    return button;
+    auto action = [weak](void (Impl::*run)()) {
+      return [weak, run] {
+        if (auto self = weak.lock(); self && self->alive()) ((*self).*run)();
+      };
+    };
+    return std::make_unique<KeyboardToolbar>(
+        kind, KeyboardToolbar::Actions{action(&Impl::prevWebViewInput), action(&Impl::nextWebViewInput),
+                                       action(done)});
   }
 
-  std::unique_ptr<Gtk::Box> newToolbar() {
-    installFormWidgetCSS();
-    auto bar = std::make_unique<Gtk::Box>(Gtk::Orientation::HORIZONTAL, 6);
-    bar->add_css_class("brivane-toolbar");
-    toolbarTitles.clear();
-    return bar;
-  }
-
-  void flexibleSpace(Gtk::Box& bar) {
-    auto* space = Gtk::make_managed<Gtk::Box>();
-    space->set_hexpand(true);
-    bar.append(*space);
-    toolbarTitles.emplace_back();
-  }
-
-  void doneItem(Gtk::Box& bar, void (Impl::*action)()) {
-    toolbarButton(bar, doneTitle(), action)->add_css_class("suggested-action");
-  }
-
-  std::unique_ptr<Gtk::Box> keyboardToolbar() {
-    auto bar = newToolbar();
-    prevButtItem = toolbarButton(*bar, " < ", &Impl::prevWebViewInput);
-    nextButtItem = toolbarButton(*bar, " > ", &Impl::nextWebViewInput);
-    prevButtItem->add_css_class("brivane-arrow");
-    nextButtItem->add_css_class("brivane-arrow");
-    flexibleSpace(*bar);
-    doneItem(*bar, &Impl::doneWebViewInpit);
+  std::unique_ptr<KeyboardToolbar> keyboardToolbar() {
     toolbarType = QPToolbarTypeStandard;
-    return bar;
+    return newToolbar(KeyboardToolbar::Kind::Standard, &Impl::doneWebViewInpit);
   }
-
-  std::unique_ptr<Gtk::Box> keyboardToolbarFor3dSecure() {
-    auto bar = newToolbar();
-    flexibleSpace(*bar);
-    doneItem(*bar, &Impl::doneWebViewInpit);
+  std::unique_ptr<KeyboardToolbar> keyboardToolbarFor3dSecure() {
     toolbarType = QPToolbarType3dSecure;
-    return bar;
+    return newToolbar(KeyboardToolbar::Kind::ThreeDSecure, &Impl::doneWebViewInpit);
   }
-
-  std::unique_ptr<Gtk::Box> keyboardToolbarForWizard() {
-    auto bar = newToolbar();
-    flexibleSpace(*bar);
-    doneItem(*bar, &Impl::doneWebViewInpitForWizard);
+  std::unique_ptr<KeyboardToolbar> keyboardToolbarForWizard() {
     toolbarType = QPToolbarTypeWizard;
-    return bar;
+    return newToolbar(KeyboardToolbar::Kind::Wizard, &Impl::doneWebViewInpitForWizard);
   }
 
-  // The web view's input accessory: kept while set, shown while the keyboard is.
-  void setCustomInputAccessoryView(std::unique_ptr<Gtk::Box> bar) {
-    if (toolbar && toolbar->get_parent() != nullptr) form->remove(*toolbar);
-    if (!bar) {
-      prevButtItem = nextButtItem = nullptr;
-      toolbarTitles.clear();
-    }
+  // The web view's input accessory: kept while set, shown while the keyboard is. The toolbar
+  // replaced goes with its buttons.
+  void setCustomInputAccessoryView(std::unique_ptr<KeyboardToolbar> bar) {
+    if (toolbar && toolbar->widget().get_parent() != nullptr && form != nullptr)
+      form->remove(toolbar->widget());
     toolbar = std::move(bar);
     updateToolbarVisibility();
   }
 
   void updateToolbarVisibility() {
     if (!toolbar || form == nullptr) return;
-    const bool attached = toolbar->get_parent() != nullptr;
-    if (keyboardShown && !attached) form->append(*toolbar);
-    if (!keyboardShown && attached) form->remove(*toolbar);
+    Gtk::Widget& bar = toolbar->widget();
+    const bool attached = bar.get_parent() != nullptr;
+    if (keyboardShown && !attached) form->append(bar);
+    if (!keyboardShown && attached) form->remove(bar);
   }
 
   bool isPayUOrPayPal() const {
@@ -386,29 +522,31 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
 
   void keyboardWillShow() {
     if (isPayUOrPayPal()) return;
-    const std::uint64_t provider = configuration.paymentProvider;
-    if (provider >= QPPaymentProviderCyberSource && provider <= QPPaymentProviderSepa) {
-      setCustomInputAccessoryView(keyboardToolbarFor3dSecure());
-    } else if (provider == QPPaymentProviderPayon) {
-      switch (toolbarType) {
-        case QPToolbarTypeWizard:
-          setCustomInputAccessoryView(keyboardToolbarForWizard());
-          break;
-        case QPToolbarType3dSecure:
-          setCustomInputAccessoryView(keyboardToolbarFor3dSecure());
-          break;
-        case QPToolbarTypeNone:
-          setCustomInputAccessoryView(keyboardToolbar());
-          [[fallthrough]];
-        case QPToolbarTypeStandard:
-          if (!isInputsExctracted) evaluate("extractIframeInputs();");
-          evaluate("checkFocus();");
-          break;
-        default:
-          break;
-      }
-    } else {
-      return;  // PayU, PayPal and the form-service card gateway show no toolbar
+    switch (profile().toolbar) {
+      case ToolbarVariant::None:
+        return;
+      case ToolbarVariant::DoneOnly:
+        setCustomInputAccessoryView(keyboardToolbarFor3dSecure());
+        break;
+      case ToolbarVariant::ByFormState:
+        switch (toolbarType) {
+          case QPToolbarTypeWizard:
+            setCustomInputAccessoryView(keyboardToolbarForWizard());
+            break;
+          case QPToolbarType3dSecure:
+            setCustomInputAccessoryView(keyboardToolbarFor3dSecure());
+            break;
+          case QPToolbarTypeNone:
+            setCustomInputAccessoryView(keyboardToolbar());
+            [[fallthrough]];
+          case QPToolbarTypeStandard:
+            if (!isInputsExctracted) evaluate("extractIframeInputs();");
+            evaluate("checkFocus();");
+            break;
+          default:
+            break;
+        }
+        break;
     }
     keyboardShown = true;
     updateToolbarVisibility();
@@ -439,150 +577,61 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
 
   // --- Validation ---
 
-  struct Validation {
-    std::uint64_t element = 0;
-    ValidationCallback callback;
-    std::size_t pendingEmptyQueries = 0;
-    bool someInputEmpty = false;
-    std::size_t pendingValidations = 0;
-    bool valid = true;
-    bool waited = false;
-  };
-
   void validateElement(std::uint64_t element, ValidationCallback callback) {
     evaluate(kEndEditingScript);
-    auto validation = std::make_shared<Validation>();
-    validation->element = element;
-    validation->callback = std::move(callback);
-    validation->pendingEmptyQueries = visibleElements.size();
-    if (visibleElements.empty()) {
-      later([validation](Impl& self) { self.afterEmptinessQueries(validation); });
-      return;
-    }
-    for (std::uint64_t visible : visibleElements) {
-      evaluateIsTrue("isElementInputEmpty('" + QPFormRenderer::elementName(visible) + "');",
-                     [validation](Impl& self, bool empty) {
-                       if (empty) validation->someInputEmpty = true;
-                       if (--validation->pendingEmptyQueries == 0) self.afterEmptinessQueries(validation);
-                     });
-    }
-  }
-
-  void afterEmptinessQueries(const std::shared_ptr<Validation>& validation) {
-    if (!validation->someInputEmpty) {
-      runValidationQueries(validation);
-      return;
-    }
-    evaluate("$(\".wpwl-button\").click();");
-    later([validation](Impl& self) { self.runValidationQueries(validation); }, kShortDelayMs);
-  }
-
-  void runValidationQueries(const std::shared_ptr<Validation>& validation) {
-    std::vector<std::uint64_t> elements;
-    if (validation->element <= QPFormElementCvv) {
-      elements = {validation->element};
-    } else if (validation->element == QPFormElementAll) {
-      elements = {QPFormElementCardNumber, QPFormElementExpiry, QPFormElementCardHolder, QPFormElementCvv};
-    }
-    validation->pendingValidations = elements.size();
-    for (std::uint64_t e : elements) {
-      evaluateIsTrue("validateElement('" + QPFormRenderer::elementName(e) + "');",
-                     [validation](Impl& self, bool valid) {
-                       if (!valid) validation->valid = false;
-                       --validation->pendingValidations;
-                       self.finishValidation(validation);
-                     });
-    }
-    later(
-        [validation](Impl& self) {
-          validation->waited = true;
-          self.finishValidation(validation);
-        },
-        kShortDelayMs);
-  }
-
-  // Runs once the 0.3 s have passed and every validation query has answered.
-  void finishValidation(const std::shared_ptr<Validation>& validation) {
-    if (!validation->waited || validation->pendingValidations > 0 || !validation->callback) return;
-    if (validation->someInputEmpty) {
-      const bool onlyCardHolder =
-          visibleElements.size() == 1 && visibleElements.count(QPFormElementCardHolder) == 1;
-      if (!onlyCardHolder) {
-        const std::string elementName = QPFormRenderer::elementName(validation->element);
-        for (std::uint64_t e = QPFormElementCardNumber; e <= QPFormElementCvv; ++e) {
-          const std::string name = QPFormRenderer::elementName(e);
-          if (visibleElements.count(e) == 0 && name != elementName)
-            evaluate("clearElementError('" + name + "');");
-        }
+    std::weak_ptr<Impl> weak = weak_from_this();
+    FieldValidation::Page page;
+    page.evaluate = [weak](const std::string& script) {
+      if (auto self = weak.lock(); self && self->alive()) self->evaluate(script);
+    };
+    page.evaluateIsTrue = [weak](const std::string& script, std::function<void(bool)> done) {
+      if (auto self = weak.lock(); self && self->alive()) self->evaluateIsTrue(script, std::move(done));
+    };
+    page.later = [weak](std::function<void()> work, unsigned delayMs) {
+      if (auto self = weak.lock(); self && self->alive()) {
+        self->later([work = std::move(work)](Impl&) { work(); }, delayMs);
       }
-    }
-    ValidationCallback callback = std::move(validation->callback);
-    validation->callback = nullptr;
-    callback(validation->element, validation->valid);
+    };
+    FieldValidation::start(std::move(page), visibleElements, element, std::move(callback));
   }
 
   // --- Navigation ---
 
-  struct Navigation {
-    std::string url;      // the absolute URL as requested
-    std::string urlText;  // the same, percent-decoded
-    WebKitNavigationType type = WEBKIT_NAVIGATION_TYPE_OTHER;
-    bool newWindow = false;                // aimed at no frame (a new window)
-    std::optional<std::string> frameName;  // the link's target, when it names one
-  };
+  NavigationOutcome decidePolicy(const NavigationRequest& request) {
+    NavigationContext context;
+    context.provider = configuration.paymentProvider;
+    context.paymentCode = paymentCode;
+    context.redirectURL = configuration.redirectURL;
+    context.deployment = deployment;
+    context.isFormFinished = isFormFinished;
+    NavigationOutcome outcome = NavigationPolicy::decide(context, request);
+    if (outcome.showIndicator) addActivityInd();
+    if (outcome.decision == NavigationDecision::LoadInView && webView) {
+      requestedURL = request.url;
+      webView->loadURL(request.url);
+    }
+    return outcome;
+  }
 
-  enum class Decision { Allow, Cancel, None };
-
-  Decision decidePolicy(const Navigation& navigation) {
-    const std::uint64_t provider = configuration.paymentProvider;
-    const std::string& text = navigation.urlText;
-    if (provider == QPPaymentProviderPayPal) {
-      if (isFormFinished) return Decision::None;
-      if (text.starts_with(deployment.payPalSuccessURL)) {
+  // After the engine has its decision: the ending the navigation reached, the host last.
+  void reachEnding(const NavigationOutcome& outcome, const std::string& url) {
+    switch (outcome.ending) {
+      case NavigationEnding::None:
+        break;
+      case NavigationEnding::PayPalSuccess:
+      case NavigationEnding::GatewayCallback:
         isFormFinished = true;
-        succeed(valueForKey("PayerID", queryItemsOf(navigation.url)));
-        return Decision::Allow;
-      }
-      if (text.starts_with(deployment.payPalCancelURL)) {
+        succeed(outcome.payload);
+        return;
+      case NavigationEnding::PayPalCancel:
         isFormFinished = true;
         removeActivityInd();
-        if (onCancel) {
-          CancelCallback cancel = onCancel;
-          cancel(std::nullopt);
-        }
-        return Decision::Cancel;
-      }
-    } else if (isCardFormProvider(provider)) {
-      // Once the form has ended, nothing is shown for a late redirect: it would stay forever.
-      if (!isFormFinished) addActivityInd();
-      const std::string& redirect = configuration.redirectURL.value_or("");
-      if (!redirect.empty() && text.find(redirect) != std::string::npos) {
-        if (!isFormFinished && webView) {
-          std::weak_ptr<Impl> weak = weak_from_this();
-          webView->evaluate(kHttpBodyScript, [weak](const std::optional<boost::json::value>& result,
-                                                    const std::optional<std::string>&) {
-            auto self = weak.lock();
-            // A second redirect may have been answered first: the form ends once.
-            if (!self || self->form == nullptr || self->isFormFinished) return;
-            std::optional<std::string> payload;
-            if (result && result->is_string()) payload = std::string(result->get_string());
-            self->isFormFinished = true;
-            self->later([payload](Impl& form) { form.succeed(payload); });
-          });
-        }
-        return Decision::Cancel;
-      }
-    } else if (provider == QPPaymentProviderPayon) {
-      if (paymentCode == QPLookups::PaymentOptionCode_PayPal() &&
-          navigation.type == WEBKIT_NAVIGATION_TYPE_FORM_SUBMITTED) {
-        addActivityInd();
-      }
-    }
-
-    if (paymentCode == QPLookups::PaymentOptionCode_PayU()) {
-      const std::string& redirect = configuration.redirectURL.value_or("");
-      if (!redirect.empty() && text.starts_with(redirect)) {
-        if (isFormFinished) return Decision::None;
+        callHost(onCancel, std::optional<std::string>());
+        return;
+      case NavigationEnding::PostedInputs:
+        collectPostedInputs();
+        return;
+      case NavigationEnding::PayURedirect:
         addPayUOverlay();
         onError = nullptr;
         isFormFinished = true;
@@ -592,50 +641,57 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
               self.succeed(std::nullopt);
             },
             kPayUDelayMs);
-        return Decision::Allow;
+        return;
+    }
+    if (outcome.decision == NavigationDecision::OpenOutside) {
+      if (urlOpener) {
+        callHost(urlOpener, url);
+      } else {
+        openWithDesktop(url);
       }
-    } else if (text.starts_with(deployment.callbackBaseURL)) {
-      if (isFormFinished) return Decision::None;
-      isFormFinished = true;
-      succeed(std::nullopt);
-      return Decision::Cancel;
     }
-
-    if (navigation.newWindow) return openOutside(navigation.url);
-    if (navigation.type != WEBKIT_NAVIGATION_TYPE_LINK_CLICKED) return Decision::Allow;
-    if (!navigation.frameName || navigation.frameName->empty() || *navigation.frameName == "_self") {
-      // A link within its own frame: the form loads it itself.
-      if (webView) webView->loadURL(navigation.url);
-      addActivityInd();
-      return Decision::Cancel;
-    }
-    if (*navigation.frameName == "_top") return Decision::Allow;
-    return openOutside(navigation.url);
   }
 
-  Decision openOutside(const std::string& url) {
-    if (urlOpener) {
-      URLOpener opener = urlOpener;
-      opener(url);
-    } else {
-      openWithDesktop(url);
-    }
-    return Decision::Cancel;
+  void collectPostedInputs() {
+    if (!webView) return;
+    std::weak_ptr<Impl> weak = weak_from_this();
+    webView->evaluate(kHttpBodyScript, [weak](const std::optional<boost::json::value>& result,
+                                              const std::optional<std::string>&) {
+      auto self = weak.lock();
+      // A second redirect may have been answered first: the form ends once.
+      if (!self || !self->alive() || self->isFormFinished) return;
+      std::optional<std::string> payload;
+      if (result && result->is_string()) payload = std::string(result->get_string());
+      self->isFormFinished = true;
+      self->later([payload](Impl& form) { form.succeed(payload); });
+    });
+  }
+
+  // The engine refuses some addresses (ports it blocks) without a failure: it finishes an empty
+  // page instead. A form that asked for a URL and got that has failed to load.
+  bool refusedByTheEngine() {
+    if (!requestedURL || currentLoadFailed || !webView) return false;
+    const char* shown = webkit_web_view_get_uri(webView->view());
+    if (shown == nullptr || std::string_view(shown) != "about:blank" || *requestedURL == "about:blank")
+      return false;
+    const std::string url = *requestedURL;
+    requestedURL.reset();
+    currentLoadFailed = true;
+    removeActivityInd();
+    reportError(boost::json::string("The page " + url + " could not be loaded: the address is not allowed."));
+    return true;
   }
 
   void didStartNavigation() { currentLoadFailed = false; }
 
   void didFinishNavigation() {
-    const std::uint64_t provider = configuration.paymentProvider;
-    if (!isCardFormProvider(provider)) removeActivityInd();
+    if (refusedByTheEngine()) return;
+    requestedURL.reset();
+    if (profile().page != ProviderPage::FormService) removeActivityInd();
     // WebKitGTK reports a failed load as finished too: that is not a page.
     if (currentLoadFailed || isWebViewLoaded) return;
-    if (onFormLoaded) {
-      FormLoadedCallback loaded = onFormLoaded;
-      loaded();
-    }
     isWebViewLoaded = true;
-    if (provider == QPPaymentProviderPayon && !isPayUOrPayPal()) {
+    if (profile().runsQueuedCallsAtLoad && !isPayUOrPayPal()) {
       evaluate("iframeFix();");
       later(
           [](Impl& self) {
@@ -644,6 +700,7 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
           },
           kShortDelayMs);
     }
+    callHost(onFormLoaded);
   }
 
   // Whether the failure was reported (a load replaced by another one is no failure).
@@ -673,17 +730,14 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   }
 
   void submit() {
-    const std::uint64_t provider = configuration.paymentProvider;
-    if (provider == QPPaymentProviderPayon) {
-      evaluate("lm.submit();");
-    } else if (provider >= QPPaymentProviderCyberSource && provider <= QPPaymentProviderPayonPci) {
-      evaluate("submit();");
-    }
+    const std::string script = profile().submitScript;
+    if (!script.empty()) evaluate(script);
   }
 
   // The page's before-submit request; nil keeps the page from submitting.
   std::optional<std::string> beforeSubmitRequest(std::string_view prompt, const char* defaultText) {
-    if (!prompt.starts_with(kPromptPrefix) || prompt.substr(kPromptPrefix.size()) != "ObjC_onBeforeSubmit") {
+    if (!prompt.starts_with(PageBridge::kPromptPrefix) ||
+        prompt.substr(PageBridge::kPromptPrefix.size()) != PageBridge::kBeforeSubmitFunction) {
       return std::nullopt;
     }
     boost::system::error_code parseError;
@@ -702,17 +756,18 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     onBeforeSubmitDict = args;
     if (onBeforeSubmitCallbackWithArg) {
       std::shared_ptr<OnBeforeSubmitObj> arguments = QPFormRenderer::beforeSubmitArguments(args, paymentCode);
-      BeforeSubmitCallbackWithArg callback = onBeforeSubmitCallbackWithArg;
-      callback(arguments);
+      callHost(onBeforeSubmitCallbackWithArg, arguments);
+      // The object is the host's and this frame's: readable whatever the host did.
       if (arguments->isSubmitPrevented()) return std::nullopt;
       return "true";
     }
     if (onBeforeSubmitCallback) {
-      BeforeSubmitCallback callback = onBeforeSubmitCallback;
-      callback();
-      if (prevButtItem != nullptr) prevButtItem->set_sensitive(false);
-      if (nextButtItem != nullptr) nextButtItem->set_sensitive(false);
+      if (toolbar) {
+        toolbar->setPreviousEnabled(false);
+        toolbar->setNextEnabled(false);
+      }
       later([](Impl& self) { self.setCustomInputAccessoryView(self.keyboardToolbarFor3dSecure()); });
+      callHost(onBeforeSubmitCallback);
     }
     return "true";
   }
@@ -727,90 +782,114 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     webkit_user_content_manager_remove_all_scripts(webView->userContentManager());
     removeActivityInd();
     removePayUOverlay();
+    removeServiceNotice();
+    closePageDialog(false);
+    renderAgain = nullptr;
     keyboardShown = false;
     setCustomInputAccessoryView(nullptr);
     overlay.unset_child();
     webView.reset();
     form = nullptr;
   }
+
+  // --- The engine's signals ---
+
+  // The engine's signals reach the Impl through these; each holds it while it runs, since the
+  // host may destroy the form from a callback on the way.
+  static std::shared_ptr<Impl> held(gpointer data) { return static_cast<Impl*>(data)->shared_from_this(); }
+
+  static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
+    auto self = held(data);
+    if (event == WEBKIT_LOAD_STARTED) self->didStartNavigation();
+    if (event == WEBKIT_LOAD_COMMITTED) self->didCommitNavigation();
+    if (event == WEBKIT_LOAD_FINISHED) self->didFinishNavigation();
+  }
+
+  // Every navigation of the page and its frames passes here. WebKitGTK wants a decision for
+  // each request: where the form gives none (an already finished form met its ending again),
+  // the navigation is ignored, which leaves the page where it is.
+  static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
+                                 WebKitPolicyDecisionType type, gpointer data) {
+    if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION &&
+        type != WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
+      return FALSE;
+    }
+    auto self = held(data);
+    WebKitNavigationAction* action =
+        webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
+    WebKitURIRequest* request = webkit_navigation_action_get_request(action);
+    const char* uri = request != nullptr ? webkit_uri_request_get_uri(request) : nullptr;
+    NavigationRequest navigation;
+    navigation.url = uri != nullptr ? uri : "";
+    navigation.type = navigationTypeOf(webkit_navigation_action_get_navigation_type(action));
+    navigation.newWindow = type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION;
+    if (const char* frame = webkit_navigation_action_get_frame_name(action)) navigation.targetFrame = frame;
+    const NavigationOutcome outcome = self->decidePolicy(navigation);
+    if (outcome.decision == NavigationDecision::Allow) {
+      webkit_policy_decision_use(decision);
+    } else {
+      webkit_policy_decision_ignore(decision);
+    }
+    self->reachEnding(outcome, navigation.url);
+    return TRUE;
+  }
+
+  static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer data) {
+    // A reported failure is handled here: the engine's own error page would be a second load
+    // that finishes, and the host has the text already.
+    return held(data)->didFailNavigation(error) ? TRUE : FALSE;
+  }
+
+  static gboolean onLoadFailedWithTLSErrors(WebKitWebView*, gchar* uri, GTlsCertificate*,
+                                            GTlsCertificateFlags, gpointer data) {
+    // Handled: the certificate is never accepted, and the host hears of it once.
+    held(data)->didFailWithTLSErrors(uri);
+    return TRUE;
+  }
+
+  static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer data) {
+    const WebKitScriptDialogType type = webkit_script_dialog_get_dialog_type(dialog);
+    if (type == WEBKIT_SCRIPT_DIALOG_ALERT || type == WEBKIT_SCRIPT_DIALOG_CONFIRM) {
+      held(data)->showPageDialog(dialog);
+      return TRUE;
+    }
+    if (type != WEBKIT_SCRIPT_DIALOG_PROMPT) return FALSE;
+    std::optional<std::string> answer = held(data)->beforeSubmitRequest(
+        webkit_script_dialog_get_message(dialog), webkit_script_dialog_prompt_get_default_text(dialog));
+    if (answer) webkit_script_dialog_prompt_set_text(dialog, answer->c_str());
+    return TRUE;
+  }
 };
 
-namespace {
-
-using Impl = QPPaymentForm::Impl;
-
-void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
-  if (event == WEBKIT_LOAD_STARTED) static_cast<Impl*>(data)->didStartNavigation();
-  if (event == WEBKIT_LOAD_FINISHED) static_cast<Impl*>(data)->didFinishNavigation();
+CustomWebView& QPPaymentFormInternals::webView(QPPaymentForm& form) {
+  return *form.impl_->webView;
 }
 
-// Every navigation of the page and its frames passes here. WebKitGTK wants a decision for
-// each request: where the form gives none (an already finished form met its ending again),
-// the navigation is ignored, which leaves the page where it is.
-gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,
-                        gpointer data) {
-  if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION &&
-      type != WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
-    return FALSE;
-  }
-  WebKitNavigationAction* action =
-      webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
-  WebKitURIRequest* request = webkit_navigation_action_get_request(action);
-  const char* uri = request != nullptr ? webkit_uri_request_get_uri(request) : nullptr;
-  Impl::Navigation navigation;
-  navigation.url = uri != nullptr ? uri : "";
-  navigation.urlText = percentDecoded(navigation.url);
-  navigation.type = webkit_navigation_action_get_navigation_type(action);
-  navigation.newWindow = type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION;
-  if (const char* frame = webkit_navigation_action_get_frame_name(action)) navigation.frameName = frame;
-  switch (static_cast<Impl*>(data)->decidePolicy(navigation)) {
-    case Impl::Decision::Allow:
-      webkit_policy_decision_use(decision);
-      break;
-    case Impl::Decision::Cancel:
-    case Impl::Decision::None:
-      webkit_policy_decision_ignore(decision);
-      break;
-  }
-  return TRUE;
+KeyboardToolbar* QPPaymentFormInternals::toolbar(QPPaymentForm& form) {
+  return form.impl_->toolbar.get();
 }
 
-gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError* error, gpointer data) {
-  // A reported failure is handled here: the engine's own error page would be a second load
-  // that finishes, and the host has the text already.
-  return static_cast<Impl*>(data)->didFailNavigation(error) ? TRUE : FALSE;
+Gtk::Widget* QPPaymentFormInternals::serviceNotice(QPPaymentForm& form) {
+  return form.impl_->isServiceNoticeShown() ? form.impl_->serviceNotice.get() : nullptr;
 }
 
-gboolean onLoadFailedWithTLSErrors(WebKitWebView*, gchar* uri, GTlsCertificate*, GTlsCertificateFlags,
-                                   gpointer data) {
-  // Handled: the certificate is never accepted, and the host hears of it once.
-  static_cast<Impl*>(data)->didFailWithTLSErrors(uri);
-  return TRUE;
+Gtk::Widget* QPPaymentFormInternals::activityOverlay(QPPaymentForm& form) {
+  return form.impl_->isActivityIndicatorShown() ? form.impl_->activityInd.get() : nullptr;
 }
-
-gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer data) {
-  if (webkit_script_dialog_get_dialog_type(dialog) != WEBKIT_SCRIPT_DIALOG_PROMPT) return FALSE;
-  std::optional<std::string> answer = static_cast<Impl*>(data)->beforeSubmitRequest(
-      webkit_script_dialog_get_message(dialog), webkit_script_dialog_prompt_get_default_text(dialog));
-  if (answer) webkit_script_dialog_prompt_set_text(dialog, answer->c_str());
-  return TRUE;
-}
-
-}  // namespace
 
 QPPaymentForm::QPPaymentForm() : Gtk::Box(Gtk::Orientation::VERTICAL) {
   defaultInit();
 }
 
 void QPPaymentForm::defaultInit() {
-  impl_ = std::make_shared<Impl>();
+  // Its own allocation (not make_shared's one with the count): a memory checker then sees any
+  // touch of an Impl that is gone, even while weak references to it remain.
+  impl_ = std::shared_ptr<Impl>(new Impl());
   impl_->form = this;
   WebKitUserContentManager* manager = webkit_user_content_manager_new();
   impl_->wkMessageHandler = std::make_unique<ScripMessageHandlerMediator>();
   impl_->wkMessageHandler->setDelegate(impl_);
-  std::vector<std::string> names = wkScripMessageNames();
-  names.emplace_back(kKeyboardMessage);
-  impl_->wkMessageHandler->registerHandlers(manager, names);
+  impl_->wkMessageHandler->registerHandlers(manager, PageBridge::registeredNames());
   // After a warm-up the page opens in its running web process.
   impl_->webView = std::make_unique<CustomWebView>(manager, FormEngineWarmUp::relatedView());
   g_object_unref(manager);  // the web view holds it
@@ -818,11 +897,11 @@ void QPPaymentForm::defaultInit() {
   WebKitWebView* view = impl_->webView->view();
   Impl* raw = impl_.get();
   impl_->viewHandlers = {
-      g_signal_connect(view, "load-changed", G_CALLBACK(onLoadChanged), raw),
-      g_signal_connect(view, "load-failed", G_CALLBACK(onLoadFailed), raw),
-      g_signal_connect(view, "load-failed-with-tls-errors", G_CALLBACK(onLoadFailedWithTLSErrors), raw),
-      g_signal_connect(view, "script-dialog", G_CALLBACK(onScriptDialog), raw),
-      g_signal_connect(view, "decide-policy", G_CALLBACK(onDecidePolicy), raw),
+      g_signal_connect(view, "load-changed", G_CALLBACK(Impl::onLoadChanged), raw),
+      g_signal_connect(view, "load-failed", G_CALLBACK(Impl::onLoadFailed), raw),
+      g_signal_connect(view, "load-failed-with-tls-errors", G_CALLBACK(Impl::onLoadFailedWithTLSErrors), raw),
+      g_signal_connect(view, "script-dialog", G_CALLBACK(Impl::onScriptDialog), raw),
+      g_signal_connect(view, "decide-policy", G_CALLBACK(Impl::onDecidePolicy), raw),
   };
 
   impl_->toolbarType = QPToolbarTypeNone;
@@ -938,7 +1017,7 @@ void QPPaymentForm::setURLOpener(URLOpener opener) {
 }
 
 const std::vector<std::string>& QPPaymentForm::wkScripMessageNames() {
-  return QPFormRenderer::wkScripMessageNames();
+  return PageBridge::wkScripMessageNames();
 }
 bool QPPaymentForm::isPaymentOptionValid(const std::string& code) const {
   return QPFormRenderer::isPaymentOptionValid(impl_->configuration.paymentProvider, code);
@@ -950,12 +1029,13 @@ bool QPPaymentForm::isPaymentOptionCodeValidInSet(const std::string& code) const
 void QPPaymentForm::renderWithPaymentOptions(const std::optional<std::vector<std::string>>& paymentOptions,
                                              const std::optional<std::string>& authorizationToken,
                                              const std::shared_ptr<QPFormStyle>& formStyle) {
-  Impl& self = *impl_;
+  // The host may destroy the form from its callbacks below.
+  const std::shared_ptr<Impl> keep = impl_;
+  Impl& self = *keep;
   if (auto message =
           QPFormRenderer::checkConfiguration(self.configuration, paymentOptions, authorizationToken)) {
     if (!self.onCancel) throw std::invalid_argument(*message);
-    CancelCallback cancel = self.onCancel;
-    cancel(*message);
+    self.callHost(self.onCancel, std::optional<std::string>(*message));
     return;
   }
   self.isFormFinished = false;
@@ -974,15 +1054,21 @@ void QPPaymentForm::renderWithPaymentOptions(const std::optional<std::vector<std
     if (!self.onError) throw;
     boost::json::array searched;
     for (const std::string& directory : QPUtils::bundleSearchDirectories()) searched.emplace_back(directory);
-    ErrorCallback report = self.onError;
-    report(boost::json::object{{"message", missing.what()}, {"searchedDirectories", std::move(searched)}});
+    self.reportError(
+        boost::json::object{{"message", missing.what()}, {"searchedDirectories", std::move(searched)}});
     return;
   }
   self.paymentCode = rendered.paymentCode;
   self.configuration.apiURL = rendered.apiURL;
+  self.renderAgain = [this, paymentOptions, authorizationToken, formStyle] {
+    renderWithPaymentOptions(paymentOptions, authorizationToken, formStyle);
+  };
+  self.watchFormService();
   if (rendered.isPayU) {
+    self.requestedURL = rendered.url;
     self.webView->loadURL(rendered.url);
   } else {
+    self.requestedURL.reset();
     self.webView->loadHTML(rendered.html, rendered.url);
   }
 }
@@ -1072,14 +1158,14 @@ void QPPaymentForm::doneWebViewInpitForWizard() {
 }
 std::vector<std::string> QPPaymentForm::shownToolbarItems() const {
   const Impl& self = *impl_;
-  if (!self.toolbar || self.toolbar->get_parent() == nullptr) return {};
-  return self.toolbarTitles;
+  if (!self.toolbar || self.toolbar->widget().get_parent() == nullptr) return {};
+  return self.toolbar->titles();
 }
 bool QPPaymentForm::isPrevButtonEnabled() const {
-  return impl_->prevButtItem != nullptr && impl_->prevButtItem->get_sensitive();
+  return impl_->toolbar && impl_->toolbar->isPreviousEnabled();
 }
 bool QPPaymentForm::isNextButtonEnabled() const {
-  return impl_->nextButtItem != nullptr && impl_->nextButtItem->get_sensitive();
+  return impl_->toolbar && impl_->toolbar->isNextEnabled();
 }
 
 void QPPaymentForm::performDelayedJSCalls() {
@@ -1113,9 +1199,6 @@ bool QPPaymentForm::isActivityIndicatorShown() const {
 }
 bool QPPaymentForm::isOverlayShown() const {
   return impl_->payUOverlay && impl_->payUOverlay->get_parent() != nullptr;
-}
-CustomWebView& QPPaymentForm::webView() {
-  return *impl_->webView;
 }
 
 bool QPPaymentForm::warmUp(WarmUpCallback ready) {

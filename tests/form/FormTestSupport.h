@@ -4,9 +4,12 @@
 // provider pages.
 #include <httplib.h>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -19,6 +22,7 @@
 
 #include "brivane/form/QPPaymentForm.h"
 #include "form/CustomWebView.h"
+#include "form/QPPaymentFormInternal.h"
 #include "sandbox/SandboxState.h"
 #include "sandbox/Shopper.h"
 
@@ -29,6 +33,28 @@ namespace brivane::formtest {
 /// write, read or remove each other's files.
 inline std::filesystem::path scratchDirectory(const std::string& name) {
   return std::filesystem::temp_directory_path() / ("brivane-" + name + "-" + std::to_string(::getpid()));
+}
+
+// A loopback port where nothing listens (and that the engine does not refuse as restricted).
+inline int closedPort() {
+  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  bind(fd, reinterpret_cast<sockaddr*>(&address), size);
+  getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+  close(fd);
+  return ntohs(address.sin_port);
+}
+
+// Makes a self-signed certificate and its key in `dir` (that nobody trusts); whether openssl made them.
+inline bool makeUntrustedCertificate(const std::filesystem::path& dir) {
+  std::filesystem::create_directories(dir);
+  const std::string command =
+      "openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj /CN=127.0.0.1 -keyout " +
+      (dir / "key.pem").string() + " -out " + (dir / "cert.pem").string() + " >/dev/null 2>&1";
+  return std::system(command.c_str()) == 0;
 }
 
 // Runs the main loop until `done` holds or `seconds` pass; whether `done` held.
@@ -49,10 +75,11 @@ inline void pumpFor(double seconds) {
 // "error: ".
 inline boost::json::value evaluateIn(QPPaymentForm& form, const std::string& script) {
   std::optional<boost::json::value> answer;
-  form.webView().evaluate(script, [&answer](const std::optional<boost::json::value>& result,
-                                            const std::optional<std::string>& error) {
-    answer = result ? *result : boost::json::value(boost::json::string("error: " + error.value_or("")));
-  });
+  QPPaymentFormInternals::webView(form).evaluate(
+      script,
+      [&answer](const std::optional<boost::json::value>& result, const std::optional<std::string>& error) {
+        answer = result ? *result : boost::json::value(boost::json::string("error: " + error.value_or("")));
+      });
   pumpUntil([&answer] { return answer.has_value(); }, 10);
   return answer.value_or(boost::json::string("error: no answer"));
 }
@@ -68,7 +95,7 @@ inline bool shopUntil(QPPaymentForm& form, sandbox::ShopperMode mode, const std:
         if (ended()) return true;
         if (std::chrono::steady_clock::now() >= next) {
           next = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
-          form.webView().evaluate(step, stepped);
+          QPPaymentFormInternals::webView(form).evaluate(step, stepped);
         }
         return false;
       },

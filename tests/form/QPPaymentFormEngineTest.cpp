@@ -19,6 +19,7 @@
 #include "brivane/util/QPUtils.h"
 #include "form/CustomWebView.h"
 #include "form/FormTestSupport.h"
+#include "form/QPPaymentFormInternal.h"
 #include "sandbox/SandboxState.h"
 
 namespace brivane {
@@ -57,7 +58,7 @@ class QPPaymentFormEngineTest : public ::testing::Test {
       messages_.emplace_back(name, body);
     });
     // Script errors of every frame, from the very start of each document.
-    manager_ = form_->webView().userContentManager();
+    manager_ = QPPaymentFormInternals::webView(*form_).userContentManager();
     handler_ = g_signal_connect(manager_, "script-message-received::qpTestError", G_CALLBACK(onTestError),
                                 &scriptErrors_);
     webkit_user_content_manager_register_script_message_handler(manager_, "qpTestError", nullptr);
@@ -334,7 +335,8 @@ TEST_F(QPPaymentFormEngineTest, NothingRunsOnceTheFormIsGone) {
   pumpUntil([this] { return form_->isWebViewLoaded(); }, 10);
   g_signal_handler_disconnect(manager_, handler_);
   webkit_user_content_manager_unregister_script_message_handler(manager_, "qpTestError", nullptr);
-  form_->webView().evaluate("1 + 1", [&calls](const auto&, const auto&) { ++calls; });  // answered later
+  QPPaymentFormInternals::webView(*form_).evaluate(
+      "1 + 1", [&calls](const auto&, const auto&) { ++calls; });  // answered later
   const int before = calls;
   window_->unset_child();
   form_.reset();
@@ -345,12 +347,8 @@ TEST_F(QPPaymentFormEngineTest, NothingRunsOnceTheFormIsGone) {
 // A server whose certificate nobody trusts: the page must not load, and the host hears of it.
 TEST_F(QPPaymentFormEngineTest, UntrustedCertificateGoesToOnError) {
   const std::filesystem::path dir = formtest::scratchDirectory("form-tls");
-  std::filesystem::create_directories(dir);
+  ASSERT_TRUE(formtest::makeUntrustedCertificate(dir)) << "openssl could not make a certificate";
   const std::string cert = (dir / "cert.pem").string(), key = (dir / "key.pem").string();
-  const std::string command =
-      "openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj /CN=127.0.0.1 -keyout " + key + " -out " +
-      cert + " >/dev/null 2>&1";
-  ASSERT_EQ(std::system(command.c_str()), 0) << "openssl could not make a certificate";
   ProviderServer tls(std::make_unique<httplib::SSLServer>(cert.c_str(), key.c_str()));
   form_->setPaymentProvider(QPPaymentProviderPayU);
   form_->renderWithPaymentOptions(std::vector<std::string>{"PAYU"},

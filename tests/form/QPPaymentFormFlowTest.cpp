@@ -12,19 +12,26 @@
 #include <mutex>
 
 #include <glib.h>
+#include <gtkmm/button.h>
+#include <gtkmm/messagedialog.h>
+#include <gtkmm/settings.h>
 #include <gtkmm/window.h>
 
 #include <boost/json.hpp>
 
 #include "brivane/form/QPPaymentForm.h"
+#include "brivane/util/QPUtils.h"
 #include "form/CustomWebView.h"
 #include "form/FormTestSupport.h"
+#include "form/KeyboardToolbar.h"
+#include "form/QPPaymentFormInternal.h"
 #include "sandbox/SandboxState.h"
 #include "sandbox/Shopper.h"
 
 namespace brivane {
 namespace {
 
+using formtest::closedPort;
 using formtest::ProviderServer;
 using formtest::pumpFor;
 using formtest::pumpUntil;
@@ -341,29 +348,55 @@ TEST_F(QPPaymentFormFlowTest, LinksLoadInTheViewOrOpenOutside) {
   EXPECT_EQ(outcomes(), 0u);
 }
 
-// A loopback port where nothing listens (and that the engine does not refuse as restricted).
-int closedPort() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+TEST_F(QPPaymentFormFlowTest, AFailedLoadReportsItsTextAndNeverLoads) {
+  // A closed port, and ports the engine refuses to load from.
+  for (int port : {closedPort(), 1, 25}) {
+    SCOPED_TRACE(port);
+    TearDown();
+    errors_.clear();
+    loaded_ = 0;
+    SetUp();
+    render(QPPaymentProviderPayU, {"PAYU"},
+           "http://127.0.0.1:" + std::to_string(port) + "/providers/payu/pay?orderId=1");
+    ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 15));
+    pumpFor(0.5);
+    EXPECT_EQ(loaded_, 0);
+    EXPECT_FALSE(form_->isWebViewLoaded());
+    EXPECT_EQ(errors_.size(), 1u);
+    EXPECT_TRUE(errors_[0].is_string() && !errors_[0].get_string().empty());
+    EXPECT_FALSE(form_->isActivityIndicatorShown());
+  }
+}
+
+// A form service that takes the connection and never answers: within the wait the shopper sees a
+// notice with a way to try again, and the host hears why, once.
+TEST_F(QPPaymentFormFlowTest, AFormServiceThatNeverAnswersShowsANotice) {
+  const int silent = socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t size = sizeof address;
-  bind(fd, reinterpret_cast<sockaddr*>(&address), size);
-  getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-  close(fd);
-  return ntohs(address.sin_port);
-}
-
-TEST_F(QPPaymentFormFlowTest, AFailedLoadReportsItsTextAndNeverLoads) {
-  render(QPPaymentProviderPayU, {"PAYU"},
-         "http://127.0.0.1:" + std::to_string(closedPort()) + "/providers/payu/pay?orderId=1");
-  ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 15));
-  pumpFor(0.5);
-  EXPECT_EQ(loaded_, 0);
-  EXPECT_FALSE(form_->isWebViewLoaded());
-  EXPECT_EQ(errors_.size(), 1u);
-  EXPECT_TRUE(errors_[0].is_string() && !errors_[0].get_string().empty());
+  ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr*>(&address), size), 0);
+  ASSERT_EQ(listen(silent, 16), 0);
+  getsockname(silent, reinterpret_cast<sockaddr*>(&address), &size);
+  form_->setApiURL("http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/");
+  render(QPPaymentProviderVesta, {"VISA"}, "silent");
+  ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 7));
+  EXPECT_THAT(boost::json::serialize(errors_[0]), HasSubstr("FormServiceUnavailable"));
+  Gtk::Widget* notice = QPPaymentFormInternals::serviceNotice(*form_);
+  ASSERT_NE(notice, nullptr);
   EXPECT_FALSE(form_->isActivityIndicatorShown());
+  EXPECT_TRUE(notice->get_mapped());
+  pumpFor(1.0);
+  EXPECT_EQ(errors_.size(), 1u);
+  // Trying again renders anew: the notice goes until the next wait has passed.
+  auto* retry = dynamic_cast<Gtk::Button*>(notice->get_last_child());
+  ASSERT_NE(retry, nullptr);
+  EXPECT_EQ(std::string(retry->get_label()), QPUtils::LStr("try_again"));
+  retry->activate();
+  ASSERT_TRUE(pumpUntil([this] { return QPPaymentFormInternals::serviceNotice(*form_) == nullptr; }, 2));
+  ASSERT_TRUE(pumpUntil([this] { return errors_.size() == 2; }, 7));
+  close(silent);
 }
 
 TEST_F(QPPaymentFormFlowTest, PayUSuccessNeverComesAfterTheFormIsGone) {
@@ -613,6 +646,162 @@ TEST_F(QPPaymentFormFlowTest, StandInsSpeakTheLanguageTheFormPasses) {
     ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
     EXPECT_TRUE(pumpUntil([&] { return evaluate(c.label) == boost::json::value(c.text.c_str()); }, 10))
         << boost::json::serialize(evaluate(c.label));
+  }
+  unsetenv("LANGUAGE");
+}
+
+// The busy overlay covers the whole form: a click anywhere goes to it, not to the page, and so
+// does every key (an Enter cannot submit twice); the page has the keyboard back afterwards.
+TEST_F(QPPaymentFormFlowTest, TheBusyOverlayTakesEveryClickAndKey) {
+  render(QPPaymentProviderPayon, {"VISA"}, "busy");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0 && !form_->isActivityIndicatorShown(); }, 15));
+  Gtk::Widget& page = QPPaymentFormInternals::webView(*form_).widget();
+  const auto pageHasKeyboard = [&] {
+    Gtk::Widget* focus = window_->get_focus();
+    return focus != nullptr && (focus == &page || focus->is_ancestor(page));
+  };
+  ASSERT_TRUE(page.grab_focus());
+  ASSERT_TRUE(pumpUntil(pageHasKeyboard, 5));
+  evaluate("window.webkit.messageHandlers.ios_showLoading.postMessage(null); true");
+  ASSERT_TRUE(pumpUntil([this] { return form_->isActivityIndicatorShown(); }, 5));
+  EXPECT_FALSE(pageHasKeyboard());
+  EXPECT_FALSE(page.grab_focus());
+  EXPECT_FALSE(pageHasKeyboard());
+  ASSERT_TRUE(pumpUntil([this] { return form_->isActivityIndicatorShown(); }, 5));
+  Gtk::Widget* overlay = QPPaymentFormInternals::activityOverlay(*form_);
+  ASSERT_NE(overlay, nullptr);
+  pumpFor(0.2);
+  const double width = form_->get_width(), height = form_->get_height();
+  for (const auto& [x, y] : {std::pair{0.5, 0.5}, std::pair{0.1, 0.1}, std::pair{0.9, 0.8}}) {
+    SCOPED_TRACE(std::to_string(x) + "," + std::to_string(y));
+    Gtk::Widget* picked = form_->pick(width * x, height * y);
+    ASSERT_NE(picked, nullptr);
+    EXPECT_TRUE(picked == overlay || picked->is_ancestor(*overlay));
+  }
+  evaluate("window.webkit.messageHandlers.ios_formError.postMessage(null); true");
+  ASSERT_TRUE(pumpUntil([this] { return !form_->isActivityIndicatorShown(); }, 5));
+  EXPECT_TRUE(pumpUntil(pageHasKeyboard, 5));
+}
+
+struct ToolbarLabelCase {
+  std::string language;
+  std::vector<std::string> labels;
+};
+
+// The toolbar's buttons take keyboard focus and are named in the form's language.
+TEST_F(QPPaymentFormFlowTest, ToolbarButtonsAreFocusableAndNamed) {
+  const ToolbarLabelCase cases[] = {
+      {"de", {"Vorheriges Feld", "Nächstes Feld", "Fertig"}},
+      {"fr", {"Champ précédent", "Champ suivant", "OK"}},
+      {"en", {"Previous field", "Next field", "Done"}},
+  };
+  for (const ToolbarLabelCase& c : cases) {
+    SCOPED_TRACE(c.language);
+    setenv("LANGUAGE", c.language.c_str(), 1);
+    KeyboardToolbar bar(KeyboardToolbar::Kind::Standard, {});
+    std::vector<std::string> labels;
+    for (Gtk::Button* button : bar.buttons()) {
+      EXPECT_TRUE(button->get_focusable());
+      labels.emplace_back(button->get_tooltip_text());
+    }
+    EXPECT_EQ(labels, c.labels);
+  }
+  unsetenv("LANGUAGE");
+}
+
+// The provider's challenge replaces the frame's page: the focused input went with it, and so does
+// the toolbar.
+TEST_F(QPPaymentFormFlowTest, TheToolbarGoesWhenTheFramesPageIsReplaced) {
+  render(QPPaymentProviderCyberSource, {"VISA"}, "frame-replaced");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  const std::string focus =
+      "document.getElementById('qp-frame').contentDocument.querySelector('input[name=cardNumber]').focus(); "
+      "true";
+  ASSERT_TRUE(pumpUntil([&] { return evaluate(focus) == boost::json::value(true); }, 10));
+  ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
+  evaluate("document.getElementById('qp-frame').src = '" + base() +
+           "/providers/3ds/challenge?session=frame'; true");
+  EXPECT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
+}
+
+// Tab past the last control returns to the first field, Shift+Tab before the first to the last.
+TEST_F(QPPaymentFormFlowTest, TabOrderWrapsAroundThePage) {
+  render(QPPaymentProviderPayon, {"VISA"}, "tabs");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  const std::string tab =
+      "function qpTab(shift) { document.activeElement.dispatchEvent(new KeyboardEvent('keydown', "
+      "{key: 'Tab', shiftKey: shift, bubbles: true, cancelable: true})); }";
+  ASSERT_TRUE(
+      pumpUntil([&] { return evaluate("qpTabbables().length > 2") == boost::json::value(true); }, 10));
+  EXPECT_EQ(evaluate(tab + "var c = qpTabbables(); c[c.length - 1].focus(); qpTab(false); "
+                           "[document.activeElement === c[0], c[0].tagName]"),
+            (boost::json::array{true, "INPUT"}));
+  EXPECT_EQ(
+      evaluate(
+          tab +
+          "var c = qpTabbables(); c[0].focus(); qpTab(true); document.activeElement === c[c.length - 1]"),
+      boost::json::value(true));
+  // In the middle Tab is the engine's own.
+  EXPECT_EQ(
+      evaluate(tab + "var c = qpTabbables(); c[1].focus(); qpTab(false); document.activeElement === c[1]"),
+      boost::json::value(true));
+}
+
+// With a dark GTK theme and no host colours the page is told to use dark colours too.
+TEST_F(QPPaymentFormFlowTest, ADarkThemeReachesThePage) {
+  auto settings = Gtk::Settings::get_default();
+  for (bool dark : {true, false}) {
+    SCOPED_TRACE(dark);
+    settings->property_gtk_application_prefer_dark_theme() = dark;
+    TearDown();
+    loaded_ = 0;
+    SetUp();
+    render(QPPaymentProviderPayon, {"VISA"}, "theme");
+    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    EXPECT_EQ(evaluate("window.matchMedia('(prefers-color-scheme: dark)').matches"),
+              boost::json::value(dark));
+  }
+}
+
+struct PageDialogCase {
+  std::string script;
+  Gtk::ResponseType response;
+  std::string answer;
+};
+
+// alert() and confirm() open a dialog of the host's window, titled with the page's host, answered
+// in the form's language; the page waits for the answer.
+TEST_F(QPPaymentFormFlowTest, PageDialogsBelongToTheHostWindow) {
+  setenv("LANGUAGE", "de", 1);
+  render(QPPaymentProviderPayon, {"VISA"}, "dialogs");
+  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  const PageDialogCase cases[] = {
+      {"confirm('Sicher?')", Gtk::ResponseType::OK, "true"},
+      {"confirm('Sicher?')", Gtk::ResponseType::CANCEL, "false"},
+      {"alert('Hinweis')", Gtk::ResponseType::OK, "undefined"},
+  };
+  for (const PageDialogCase& c : cases) {
+    SCOPED_TRACE(c.script);
+    evaluate("window.qpAnswer = 'none'; setTimeout(function () { window.qpAnswer = String(" + c.script +
+             "); }, 0); true");
+    Gtk::MessageDialog* dialog = nullptr;
+    ASSERT_TRUE(pumpUntil(
+        [&] {
+          for (Gtk::Window* window : Gtk::Window::list_toplevels()) {
+            if (auto* shown = dynamic_cast<Gtk::MessageDialog*>(window); shown && shown->get_visible())
+              dialog = shown;
+          }
+          return dialog != nullptr;
+        },
+        5));
+    EXPECT_EQ(std::string(dialog->get_title()), "127.0.0.1");
+    EXPECT_EQ(dialog->get_transient_for(), window_.get());
+    auto* button = dynamic_cast<Gtk::Button*>(dialog->get_widget_for_response(c.response));
+    ASSERT_NE(button, nullptr);
+    EXPECT_EQ(std::string(button->get_label()),
+              c.response == Gtk::ResponseType::OK ? std::string("OK") : std::string("Abbrechen"));
+    dialog->response(c.response);
+    EXPECT_TRUE(pumpUntil([&] { return evaluate("window.qpAnswer") == boost::json::value(c.answer); }, 5));
   }
   unsetenv("LANGUAGE");
 }

@@ -130,12 +130,12 @@ class QPPaymentFormWarmUpTest : public ::testing::Test {
   // The warm-up ends with it.
   static bool sharesTheWarmProcess(QPPaymentForm& form) {
     bool ended = false;
-    const gulong handler =
-        g_signal_connect(form.webView().view(), "web-process-terminated", G_CALLBACK(onTerminated), &ended);
+    const gulong handler = g_signal_connect(QPPaymentFormInternals::webView(form).view(),
+                                            "web-process-terminated", G_CALLBACK(onTerminated), &ended);
     webkit_web_view_terminate_web_process(FormEngineWarmUp::relatedView());
     EXPECT_TRUE(pumpUntil([] { return FormEngineWarmUp::relatedView() == nullptr; }, 30));
     pumpUntil([&ended] { return ended; }, 3);
-    g_signal_handler_disconnect(form.webView().view(), handler);
+    g_signal_handler_disconnect(QPPaymentFormInternals::webView(form).view(), handler);
     return ended;
   }
 
@@ -262,8 +262,10 @@ TEST_F(QPPaymentFormWarmUpTest, CallingItAgainAddsOnlyAnAnswer) {
   ASSERT_TRUE(renderAndLoad(form, record, 3, {"VISA"}, "again-1"));
   EXPECT_THAT(record.errors, IsEmpty());
   // The form shares the process only: its settings and user content stay its own.
-  EXPECT_NE(webkit_web_view_get_settings(form.webView().view()), webkit_web_view_get_settings(hidden));
-  EXPECT_NE(form.webView().userContentManager(), webkit_web_view_get_user_content_manager(hidden));
+  EXPECT_NE(webkit_web_view_get_settings(QPPaymentFormInternals::webView(form).view()),
+            webkit_web_view_get_settings(hidden));
+  EXPECT_NE(QPPaymentFormInternals::webView(form).userContentManager(),
+            webkit_web_view_get_user_content_manager(hidden));
   EXPECT_TRUE(sharesTheWarmProcess(form));
 }
 

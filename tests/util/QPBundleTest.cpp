@@ -14,8 +14,20 @@
 namespace brivane {
 namespace {
 
-const char* const kKeys[] = {"submit_pay_butt_title", "submit_butt_title",      "iban_country_warning",
-                             "invalid_card_holder",   "invalid_account_holder", "store_payment_option"};
+const char* const kKeys[] = {"submit_pay_butt_title",
+                             "submit_butt_title",
+                             "iban_country_warning",
+                             "invalid_card_holder",
+                             "invalid_account_holder",
+                             "store_payment_option",
+                             "toolbar_previous_field",
+                             "toolbar_next_field",
+                             "toolbar_done",
+                             "processing_payment",
+                             "form_unavailable",
+                             "try_again",
+                             "dialog_ok",
+                             "dialog_cancel"};
 
 TEST(QPBundle, IsFoundBesideTheCoreLibraryWithEveryTextInEveryLanguage) {
   const std::filesystem::path bundle = bundle::coreBundleDirectory();

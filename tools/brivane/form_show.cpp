@@ -19,6 +19,7 @@
 #include "brivane/json_output.h"
 #include "brivane/output.h"
 #include "form/CustomWebView.h"
+#include "form/QPPaymentFormInternal.h"
 #include "sandbox/Sandbox.h"
 
 namespace brivane::cli {
@@ -140,7 +141,7 @@ int showForm(FormRequest request) {
         // The page (or the form service's frame) may still be building its inputs.
         Glib::signal_timeout().connect_once(
             [&] {
-              form->webView().evaluate(
+              QPPaymentFormInternals::webView(*form).evaluate(
                   "(function () { var docs = [document]; var f = document.getElementById('qp-frame');"
                   " if (f && f.contentDocument) docs.push(f.contentDocument);"
                   " for (var i = docs.length - 1; i >= 0; i--) {"
@@ -150,7 +151,8 @@ int showForm(FormRequest request) {
             700);
       }
       if (request.script) {
-        Glib::signal_timeout().connect_once([&] { form->webView().evaluate(*request.script); }, 300);
+        Glib::signal_timeout().connect_once(
+            [&] { QPPaymentFormInternals::webView(*form).evaluate(*request.script); }, 300);
       }
       if (request.screenshot && !shopper) {
         Glib::signal_timeout().connect_once(
@@ -202,7 +204,7 @@ int showForm(FormRequest request) {
               end(1);
               return false;
             }
-            form->webView().evaluate(
+            QPPaymentFormInternals::webView(*form).evaluate(
                 step, [](const std::optional<boost::json::value>& done, const std::optional<std::string>&) {
                   if (done && done->is_string() && !done->get_string().empty()) {
                     printLine("shopper: " + std::string(done->get_string()));

@@ -19,14 +19,17 @@
 
 namespace brivane {
 
-class CustomWebView;
-
 /// The payment form: a GTK widget that shows a payment provider's card, SEPA, PayPal or PayU
 /// page in an embedded web engine and reports the outcome through callbacks.
 ///
 /// Thread rules: the form lives on the GTK main thread. Create it, configure it, render it,
 /// destroy it and expect every callback there. Work scheduled for later (script answers,
 /// timers) does nothing once the form is destroyed.
+///
+/// Callbacks: a host may do anything inside any callback, destroying the form included (close the
+/// window when the form ends), rendering again or calling any public method. The form calls each
+/// callback last, through a copy, with arguments the host owns, and touches nothing of itself
+/// afterwards once it has been destroyed.
 ///
 /// Use: set `mode`, `providerMode`, `paymentProvider`, `redirectURL`, `apiURL`, the
 /// callbacks, then call `renderWithPaymentOptions`. A rejected configuration goes to
@@ -188,9 +191,6 @@ class BRIVANE_API QPPaymentForm : public Gtk::Box {
   /// Whether PayU's dimmed overlay (shown for the 3 s before its success) is showing.
   bool isOverlayShown() const;
 
-  /// The engine view (internal type; see CustomWebView.h in the sources).
-  CustomWebView& webView();
-
   /// Called once by `warmUp`: true when the engine is ready, false when the warm-up ended
   /// without becoming ready (no display, the engine failed to start, or `releaseWarmUp`).
   using WarmUpCallback = std::function<void(bool ready)>;
@@ -221,9 +221,9 @@ class BRIVANE_API QPPaymentForm : public Gtk::Box {
   /// a warm-up. Does nothing without a warm-up. GTK main thread only.
   static void releaseWarmUp();
 
-  struct Impl;
-
  private:
+  struct Impl;
+  friend class QPPaymentFormInternals;
   void defaultInit();
   std::shared_ptr<Impl> impl_;
 };

@@ -1,4 +1,5 @@
 #include "brivane/form/style/QPInputStyle.h"
+#include "form/ProviderProfile.h"
 #include "form/style/QPCSSText.h"
 
 namespace brivane {
@@ -62,7 +63,10 @@ std::string QPInputStyle::css() {
 
 std::string QPInputStyle::cssForProvider(std::int64_t provider) {
   const bool emptyName = !className_ || className_->empty();
-  if (provider >= 3 && provider <= 7) {
+  // A negative number is no provider: it converts to one far beyond the table.
+  const bool formService =
+      ProviderProfile::of(static_cast<std::uint64_t>(provider)).page == ProviderPage::FormService;
+  if (formService) {
     className_ = emptyName ? std::string("qp-group") : replaceAll(*className_, "wpwl", "qp");
     if (provider == 6) className_ = replaceAll(*className_, "accountIban", "iban");
   } else if (provider == 0 && emptyName) {
