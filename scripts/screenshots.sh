@@ -46,10 +46,10 @@ shot provider0-declined --provider 0 --options VISA --token demo --shopper decli
 GTK_THEME=Adwaita:dark shot dark-theme --provider 0 --options VISA,MSTRCRD --token demo --focus
 shot keyboard-focus --provider 3 --options VISA --token demo --focus
 
-# The busy overlay while the form waits for a form service that is not there (a closed port: the
-# page has loaded, its frame has not), and a form service that takes the connection and never
-# answers: the notice with "Try again".
-shot busy-overlay --provider 5 --options VISA --token demo --api-url "http://127.0.0.1:9/"
+# The busy overlay over a loaded form (the page asks for it, as it does while it submits), and a
+# form service that takes the connection and never answers: the notice with "Try again".
+shot busy-overlay --provider 0 --options VISA,MSTRCRD --token demo \
+  --script "window.webkit.messageHandlers.ios_showLoading.postMessage(null)"
 silent_port_file=$(mktemp)
 python3 -c 'import socket, sys, time
 s = socket.socket(); s.bind(("127.0.0.1", 0)); s.listen(16)
