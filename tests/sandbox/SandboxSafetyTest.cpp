@@ -171,12 +171,12 @@ TEST(SandboxSafety, AttacksWithoutATokenLeaveMemoryBounded) {
 // threads: its own endpoints still answer, and a request gets a whole-request deadline.
 TEST(SandboxSafety, SlowClientsAndDelaysLeaveTheSandboxsOwnEndpointsAnswering) {
   SandboxOptions options;
-  options.requestDeadline = std::chrono::seconds(1);
+  options.requestDeadline = std::chrono::seconds(2);
   Sandbox sandbox(options);
   ASSERT_TRUE(sandbox.start());
 
   // A delay fault longer than the deadline is no slow client: its answer comes.
-  sandbox.injectFault("/settings/country", Fault::Delay, 1, std::chrono::seconds(2));
+  sandbox.injectFault("/settings/country", Fault::Delay, 1, std::chrono::seconds(3));
   httplib::Client patient(sandbox.baseUrl());
   patient.set_read_timeout(std::chrono::seconds(30));
   EXPECT_TRUE(patient.Get("/settings/country"));
