@@ -276,7 +276,6 @@ std::pair<std::string, std::string> Sandbox::State::issueTokens(const std::strin
 }
 
 httplib::Server::HandlerResponse Sandbox::State::applyFault(const PendingFault& fault,
-                                                            const httplib::Request& req,
                                                             httplib::Response& res) {
   switch (fault.fault) {
     case Fault::ServiceUnavailable:
@@ -295,7 +294,6 @@ httplib::Server::HandlerResponse Sandbox::State::applyFault(const PendingFault& 
       res.status = 204;
       return httplib::Server::HandlerResponse::Handled;
     case Fault::Delay: {
-      deadline.delayed(req.remote_port, fault.delay);
       std::unique_lock lock(mutex);
       wake.wait_for(lock, fault.delay, [this] { return stopping.load(); });
       return httplib::Server::HandlerResponse::Unhandled;
@@ -392,22 +390,12 @@ void RequestDeadline::stop() {
 
 void RequestDeadline::answered(int peerPort) {
   std::lock_guard lock(mutex_);
-  activity_[peerPort] = Connection{Clock::now(), std::chrono::milliseconds(0)};
+  activity_[peerPort] = Connection{Clock::now(), false};
 }
 
-void RequestDeadline::delayed(int peerPort, std::chrono::milliseconds delay) {
+void RequestDeadline::arrived(int peerPort) {
   std::lock_guard lock(mutex_);
-  bool seen = false;
-  for (auto& [key, connection] : connections_) {
-    if (key.second != peerPort) continue;
-    connection.allowance += delay;
-    seen = true;
-  }
-  if (!seen) {  // a connection newer than the last scan: its request began just now
-    activity_[peerPort] = Connection{Clock::now(), delay};
-  } else if (auto it = activity_.find(peerPort); it != activity_.end()) {
-    it->second.allowance += delay;
-  }
+  activity_[peerPort] = Connection{Clock::now(), true};
 }
 
 void RequestDeadline::watch(int port, std::chrono::milliseconds deadline) {
@@ -420,14 +408,15 @@ void RequestDeadline::watch(int port, std::chrono::milliseconds deadline) {
     std::vector<int> late;
     forEachAcceptedConnection(port, [&](int fd, int peerPort) {
       // A connection's request began when it opened or with its last answer, whichever came
-      // later. (The activity of a port not open at the last scan belongs to this connection.)
+      // later, and ends when it arrived. (The activity of a port not open at the last scan belongs
+      // to this connection.)
       auto known = connections_.find({fd, peerPort});
       auto answer = activity_.find(peerPort);
       Connection connection = known != connections_.end() ? known->second
                               : answer != activity_.end() ? answer->second
                                                           : Connection{now, {}};
       if (answer != activity_.end() && answer->second.since > connection.since) connection = answer->second;
-      if (now - connection.since > deadline + connection.allowance) late.push_back(fd);
+      if (!connection.answering && now - connection.since > deadline) late.push_back(fd);
       open[{fd, peerPort}] = connection;
     });
     connections_.swap(open);
@@ -487,9 +476,10 @@ void Sandbox::State::configure() {
   server.set_payload_max_length(kMaxBody);
   server.set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
     requests.fetch_add(1);
+    deadline.arrived(req.remote_port);
     if (refusedUnread(req, res)) return httplib::Server::HandlerResponse::Handled;
     if (req.path.starts_with("/sandbox/")) return httplib::Server::HandlerResponse::Unhandled;
-    if (auto fault = takeFault(req.path)) return applyFault(*fault, req, res);
+    if (auto fault = takeFault(req.path)) return applyFault(*fault, res);
     return httplib::Server::HandlerResponse::Unhandled;
   });
   seed();

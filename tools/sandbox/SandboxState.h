@@ -65,8 +65,9 @@ inline constexpr std::chrono::minutes kSeenLifetime{10};
 inline constexpr std::size_t kMaxConnections = 256;
 
 /// The whole-request deadline: cuts off connections whose request has taken longer than the
-/// sandbox's `requestDeadline` (plus the delay of a `delay` fault) since the connection opened or
-/// its last answer was sent. Scans the process's sockets on the sandbox's port.
+/// sandbox's `requestDeadline` to arrive since the connection opened or its last answer was sent.
+/// Once a request has arrived, the time until its answer (a `delay` fault included) is the
+/// sandbox's own and does not count. Scans the process's sockets on the sandbox's port.
 class RequestDeadline {
  public:
   RequestDeadline() = default;
@@ -78,14 +79,14 @@ class RequestDeadline {
   void stop();
   /// The connection from `peerPort` has been answered: its next request starts now.
   void answered(int peerPort);
-  /// The connection from `peerPort` waits `delay` for a fault: that time does not count.
-  void delayed(int peerPort, std::chrono::milliseconds delay);
+  /// The request on the connection from `peerPort` has arrived: no deadline until it is answered.
+  void arrived(int peerPort);
 
  private:
   using Clock = std::chrono::steady_clock;
   struct Connection {
     Clock::time_point since;
-    std::chrono::milliseconds allowance{0};
+    bool answering = false;  ///< the request has arrived, its answer is on the way
   };
   void watch(int port, std::chrono::milliseconds deadline);
 
@@ -123,8 +124,7 @@ struct Sandbox::State {
   /// Issues an access and a refresh token for `userId`. Takes the lock.
   std::pair<std::string, std::string> issueTokens(const std::string& userId);
   /// Answers the fault now, or (for a delay) waits and lets the normal handler answer.
-  httplib::Server::HandlerResponse applyFault(const PendingFault& fault, const httplib::Request& req,
-                                              httplib::Response& res);
+  httplib::Server::HandlerResponse applyFault(const PendingFault& fault, httplib::Response& res);
   /// Keeps what the request carried in `seen`, within its bounds. Takes the lock.
   void remember(const httplib::Request& req);
 
