@@ -44,6 +44,13 @@ std::optional<std::filesystem::path> libraryDirectoryOf(const void* address) {
   if (dladdr(address, &info) == 0 || info.dli_fname == nullptr || *info.dli_fname == '\0')
     return std::nullopt;
   std::error_code error;
+  // The program itself may be named without a directory (started through PATH): the kernel knows
+  // where it is.
+  std::filesystem::path named = info.dli_fname;
+  if (!named.has_parent_path()) {
+    std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (!error) return program.parent_path();
+  }
   std::filesystem::path file = std::filesystem::canonical(info.dli_fname, error);
   if (error) file = std::filesystem::absolute(info.dli_fname, error);
   if (error) return std::nullopt;

@@ -26,9 +26,11 @@ std::filesystem::path tool() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
 }
 
-// Runs `brivane form show ARGUMENTS`: the exit code (-1 when it did not exit) and what it printed.
+// Runs `brivane form show ARGUMENTS` from the root directory, as a shell anywhere would, so that
+// nothing is found by way of the working directory: the exit code (-1 when it did not exit) and
+// what it printed.
 std::pair<int, std::string> formShow(const std::string& arguments) {
-  const std::string command = tool().string() + " form show " + arguments + " 2>/dev/null";
+  const std::string command = "cd / && " + tool().string() + " form show " + arguments + " 2>/dev/null";
   FILE* pipe = popen(command.c_str(), "r");
   if (pipe == nullptr) return {-1, "popen failed"};
   std::string out;
