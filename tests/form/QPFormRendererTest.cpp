@@ -308,7 +308,8 @@ TEST_F(QPFormRenderTest, FormServiceProviders) {
   const std::size_t at = page.html.find("iframeCss=");
   const std::string iframeCss = page.html.substr(at + 10, page.html.find('\n', at) - at - 10);
   EXPECT_THAT(iframeCss, Not(HasSubstr("\n")));
-  EXPECT_THAT(iframeCss, ::testing::EndsWith(QPFormRenderer::brandCSS()));
+  EXPECT_THAT(iframeCss, ::testing::EndsWith(" .qp-group-brand {display: flex; justify-content: flex-end; "
+                                             "align-items: center; } .qp-label-brand {display: none;}"));
   EXPECT_THAT(page.html, HasSubstr("css=" + iframeCss + "\n"));
 
   c.paymentProvider = QPPaymentProviderCyberSourceTokenEx;
