@@ -35,19 +35,29 @@ restore() {
 trap 'restore; rm -f "$backup"' EXIT
 trap 'exit 130' INT TERM
 
-# Runs "core:FILTER" or "form:FILTER"; fails when a test fails.
+# Runs "core:FILTER" or "form:FILTER": 0 when every test passed, 1 when one failed, 2 when the
+# program did not build or the filter selected no test (the list is out of date).
 run_suite() {
-  local kind=${1%%:*} filter=${1#*:}
+  local kind=${1%%:*} filter=${1#*:} program output status=0
   case $kind in
-    core)
-      cmake --build "$build" -j2 --target brivane_core_tests > /dev/null 2>&1 || return 2
-      timeout 300 "$build/bin/brivane_core_tests" --gtest_filter="$filter" > /dev/null 2>&1 ;;
-    form)
-      cmake --build "$build" -j2 --target brivane_form_tests > /dev/null 2>&1 || return 2
-      timeout 600 xvfb-run -a -s "-screen 0 1280x1024x24" "$build/bin/brivane_form_tests" \
-        --gtest_filter="$filter" > /dev/null 2>&1 ;;
+    core) program=brivane_core_tests ;;
+    form) program=brivane_form_tests ;;
     *) echo "unknown suite kind '$kind'" >&2; return 2 ;;
   esac
+  cmake --build "$build" -j2 --target "$program" > /dev/null 2>&1 || return 2
+  output=$(mktemp)
+  if [[ $kind == form ]]; then
+    timeout 600 xvfb-run -a -s "-screen 0 1280x1024x24" "$build/bin/$program" --gtest_filter="$filter" \
+      > "$output" 2>&1 || status=1
+  else
+    timeout 300 "$build/bin/$program" --gtest_filter="$filter" > "$output" 2>&1 || status=1
+  fi
+  if ((status == 0)) && ! grep -qE '^\[==========\] [1-9][0-9]* tests? from' "$output"; then
+    echo "suite $1 ran no test" >&2
+    status=2
+  fi
+  rm -f "$output"
+  return $status
 }
 
 total=0 killed=0 equivalent=0
@@ -69,7 +79,7 @@ try_mutant() {
   run_suite "$suite" || status=$?
   restore
   if ((status == 2)); then
-    echo "mutant $name does not compile; update $list" >&2
+    echo "mutant $name does not compile, or its suite ran no test; update $list" >&2
     exit 1
   fi
   total=$((total + 1))
