@@ -308,7 +308,9 @@ TEST_F(QPFormRenderTest, FormServiceProviders) {
   const std::size_t at = page.html.find("iframeCss=");
   const std::string iframeCss = page.html.substr(at + 10, page.html.find('\n', at) - at - 10);
   EXPECT_THAT(iframeCss, Not(HasSubstr("\n")));
-  EXPECT_THAT(iframeCss, ::testing::EndsWith(QPFormRenderer::brandCSS()));
+  EXPECT_THAT(iframeCss, Not(HasSubstr("\\n")));  // removed, not escaped
+  EXPECT_THAT(iframeCss, ::testing::EndsWith(" .qp-group-brand {display: flex; justify-content: flex-end; "
+                                             "align-items: center; } .qp-label-brand {display: none;}"));
   EXPECT_THAT(page.html, HasSubstr("css=" + iframeCss + "\n"));
 
   c.paymentProvider = QPPaymentProviderCyberSourceTokenEx;
@@ -420,6 +422,19 @@ TEST_F(QPFormRenderTest, EachPlaceHasItsEscaping) {
             "a\"b'c&lt;d\\e</p>\n"
             "<style>.a{font-family:\"a\"b'c\\3C d\\e\"}</style>\n"
             "<script>var t = \"a\\\"b'c\\u003Cd\\\\e\"; if (a < b) {}</script>a\"b'c&lt;d\\e\n");
+}
+
+// Line breaks and other control characters cannot end or change a script string: each has its
+// own escape, and the two Unicode line terminators keep theirs apart.
+TEST_F(QPFormRenderTest, ControlCharactersAndLineTerminatorsAreEscapedInScripts) {
+  std::ofstream(directory_ / "payon_form.html") << "<script>var t = \"{{{token}}}\";</script>";
+  const std::string token =
+      "a\nb\rc\td\x01"
+      "e\x7F"
+      "f\xE2\x80\xA8g\xE2\x80\xA9h";
+  EXPECT_EQ(
+      QPFormRenderer::render(validConfiguration(), {"VISA"}, token, nullptr, deployment_, environment_).html,
+      "<script>var t = \"a\\nb\\rc\\u0009d\\u0001e\\u007Ff\\u2028g\\u2029h\";</script>");
 }
 
 TEST_F(QPFormRenderTest, MissingTemplateIsFileNotFound) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <string>
 
 #include "sandbox/domain.h"
@@ -33,6 +34,24 @@ TEST(SandboxDomain, CardNumbersAndIbans) {
     EXPECT_TRUE(ibanValid(valid)) << valid;
   for (const char* invalid : {"DE89370400440532013001", "DE89", "DE89_370400440532013000", ""})
     EXPECT_FALSE(ibanValid(invalid)) << invalid;
+}
+
+TEST(SandboxDomain, AmountsCurrenciesAndExpiries) {
+  const std::pair<std::int64_t, const char*> amounts[] = {
+      {5, "0.05"}, {50, "0.50"}, {1234, "12.34"}, {-7, "-0.07"}, {99999999999, "999999999.99"}};
+  for (const auto& [minor, text] : amounts) EXPECT_EQ(amountText(minor), text) << minor;
+  for (const char* code : {"EUR", "USD", "GBP", "CHF", "PLN", "CZK", "HUF", "SEK", "NOK", "DKK"})
+    EXPECT_TRUE(knownCurrency(code)) << code;
+  for (const char* code : {"XXX", "eur", ""}) EXPECT_FALSE(knownCurrency(code)) << code;
+
+  std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  const int month = local.tm_mon + 1, year = local.tm_year + 1900;
+  EXPECT_TRUE(cardExpiryValid(month, year));  // valid through the month it names
+  EXPECT_TRUE(cardExpiryValid(month, year % 100));
+  EXPECT_FALSE(cardExpiryValid(month == 1 ? 12 : month - 1, month == 1 ? year - 1 : year));
+  EXPECT_FALSE(cardExpiryValid(13, year + 1));
 }
 
 TEST(SandboxDomain, TextsBecomeValidUtf8) {

@@ -108,49 +108,5 @@ TEST(ReadmeOperationTable, ListsEveryOperationWithItsArguments) {
   EXPECT_THAT(tableProblems(readme, cli::operations()), ::testing::IsEmpty());
 }
 
-// The check itself finds each kind of fault in a small table.
-TEST(ReadmeOperationTable, CheckFindsMissingExtraAndMisspeltRows) {
-  auto operation = [](std::string family, std::string name, std::vector<std::string> arguments,
-                      std::vector<std::string> fields) {
-    return Operation{std::move(family), std::move(name), std::move(arguments), true, std::move(fields), {}};
-  };
-  const std::vector<Operation> operations{
-      operation("user", "changePassword", {"userId"}, {"oldPass", "newPass"}),
-      operation("payment", "getPaymentInformation", {"uniqueReference"}, {}),
-  };
-  const std::string head =
-      "### `brivane call FAMILY OPERATION [options]`\n\n| FAMILY | OPERATION | arguments |\n|---|---|---|\n";
-  const std::string change = "| user | changePassword | `--userId ID --set oldPass=A --set newPass=B` |\n";
-  const std::string information = "| payment | getPaymentInformation | `--uniqueReference R` |\n";
-  const std::string after = "\nMore text.\n| x | y | z |\n";
-  struct Case {
-    const char* name;
-    std::string table;
-    std::vector<std::string> problems;
-  };
-  const Case cases[] = {
-      {"all well", head + change + information + after, {}},
-      {"missing row", head + change + after, {"no row for payment getPaymentInformation"}},
-      {"extra row",
-       head + change + information + "| payment | refund | — |\n",
-       {"row for no operation: payment refund"}},
-      {"misspelt operation",
-       head + change + "| payment | getPaymentInfo | `--uniqueReference R` |\n",
-       {"no row for payment getPaymentInformation", "row for no operation: payment getPaymentInfo"}},
-      {"misspelt argument",
-       head + change + "| payment | getPaymentInformation | `--uniqueRef R` |\n",
-       {"payment getPaymentInformation: arguments differ"}},
-      {"misspelt field",
-       head + "| user | changePassword | `--userId ID --set oldPassword=A` |\n" + information,
-       {"user changePassword: no field oldPassword"}},
-      {"no --set for a request with fields",
-       head + "| user | changePassword | `--userId ID` |\n" + information,
-       {"user changePassword: takes --set FIELD=VALUE"}},
-      {"row twice", head + change + change + information, {"row twice: user changePassword"}},
-  };
-  for (const Case& c : cases)
-    EXPECT_THAT(tableProblems(c.table, operations), ::testing::ElementsAreArray(c.problems)) << c.name;
-}
-
 }  // namespace
 }  // namespace brivane

@@ -478,7 +478,7 @@ struct ParamsCase {
   std::vector<std::string> absent;
 };
 
-TEST(QPAccountRequests, KeysAreWrittenOrLeftOutAsDescribed) {
+TEST(QPAccountRequests, KeysAreWrittenUnderTheirNamesAndUnsetOnesLeftOut) {
   const std::vector<ParamsCase> cases = {
       {"empty create still carries its three flags",
        [] { return QPCreateAccountRequest().getRequestParams(); },

@@ -40,7 +40,7 @@ struct FillCase {
   std::size_t logLines;
 };
 
-TEST(QPAccountTypes, ResponsesAndModelsFillAsDescribed) {
+TEST(QPAccountTypes, ResponsesAndModelsFillTheirFieldsFromTheirKeys) {
   const std::vector<FillCase> cases = {
       {"a transfer answer's misspelt key is the only one taken",
        [] {

@@ -309,8 +309,6 @@ TEST(QPTransportWire, FailureTableEndToEnd) {
 }
 
 TEST(QPTransportWire, NetworkFailuresKeepTheNetworkingDomain) {
-  ScriptedServer server;
-  std::string deadUrl = server.baseUrl();
   auto transport = transportFor("http://127.0.0.1:1");  // nothing listens on port 1
   TransportCall call;
   transport->loadRequestWithURLComponents(QPURLComponents{"/x", {}}, "GET", std::nullopt, call.completion());
@@ -320,7 +318,7 @@ TEST(QPTransportWire, NetworkFailuresKeepTheNetworkingDomain) {
   EXPECT_EQ(call.error->code(), 7);  // could not connect
 }
 
-TEST(QPTransportWire, SandboxFaultsMapAsTheTableSays) {
+TEST(QPTransportWire, SandboxFaultsMapToStatusJSONAndNetworkErrors) {
   SandboxClient client;
   auto transport = client.provider->apiClientModule()->transportLayer();
   struct Case {

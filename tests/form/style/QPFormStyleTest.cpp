@@ -3,16 +3,12 @@
 #include <string>
 
 #include "brivane/form/style/QPFormStyle.h"
+#include "form/style/StyleText.h"
 
 namespace brivane {
 namespace {
 
-std::string groupCss(const std::string& className, std::int64_t provider) {
-  QPInputStyle style;
-  style.setClassName(className);
-  style.setIsPlaceholderVisible(true);
-  return style.cssForProvider(provider);
-}
+using styletext::plainGroupOf;
 
 TEST(QPFormStyleCss, FreshStyleYieldsNullTextAndCreatesNothing) {
   QPFormStyle form;
@@ -24,8 +20,7 @@ TEST(QPFormStyleCss, FreshStyleYieldsNullTextAndCreatesNothing) {
 TEST(QPFormStyleCss, GeneralStyleOnceRead) {
   QPFormStyle form;
   EXPECT_EQ(form.paymentFormInputStyle()->className(), "");
-  QPInputStyle expected;
-  EXPECT_EQ(form.cssForProvider(0), expected.cssForProvider(0) + "\n");
+  EXPECT_EQ(form.cssForProvider(0), plainGroupOf("wpwl", "") + "\n");
   EXPECT_EQ(form.cssForProvider(0).rfind(".wpwl-label{ ", 0), 0u);
   EXPECT_EQ(form.paymentFormInputStyle()->className(), "wpwl-group");
 }
@@ -46,14 +41,11 @@ TEST(QPFormStyleCss, PerFieldStylesInFixedOrderOnlyWhenSet) {
   form.paymentFormCvvInputStyle()->setIsPlaceholderVisible(true);
   form.paymentFormInputStyle();
 
-  QPInputStyle cardNumber;
-  cardNumber.setClassName("wpwl-group-cardNumber");
-  cardNumber.setIsPlaceholderVisible(false);
   EXPECT_EQ(form.cssForProvider(0),
-            QPInputStyle().cssForProvider(0) + "\n" + groupCss("wpwl-group-cvv", 0) + "\n" +
-                groupCss("wpwl-group-cardHolder", 0) + "\n" + cardNumber.cssForProvider(0) + "\n" +
-                groupCss("wpwl-group-expiry", 0) + "\n" + groupCss("wpwl-group-accountHolder", 0) + "\n" +
-                groupCss("wpwl-group-accountIban", 0) + "\n");
+            plainGroupOf("wpwl", "") + "\n" + plainGroupOf("wpwl", "-cvv") + "\n" +
+                plainGroupOf("wpwl", "-cardHolder") + "\n" + plainGroupOf("wpwl", "-cardNumber", "0") + "\n" +
+                plainGroupOf("wpwl", "-expiry") + "\n" + plainGroupOf("wpwl", "-accountHolder") + "\n" +
+                plainGroupOf("wpwl", "-accountIban") + "\n");
 
   // SEPA turns every group into the qp names for good, the IBAN group into "iban".
   form.cssForProvider(6);

@@ -3,19 +3,12 @@
 #include <string>
 
 #include "brivane/form/style/QPInputStyle.h"
+#include "form/style/StyleText.h"
 
 namespace brivane {
 namespace {
 
-// The text of an untouched input group with class G for a provider with margins and the
-// placeholder rule.
-std::string plainGroup(const std::string& label, const std::string& control, const std::string& wrapper,
-                       const std::string& hint, const char* opacity = "0.5") {
-  return "." + label + "{ margin-top: 16px;}\n." + label + ":not(:first-child){ margin-top: 16px;}\n." +
-         control + ", ." + wrapper + " {background: transparent; margin-top: 4px;}\n." + control +
-         "::-webkit-input-placeholder {opacity: " + opacity + "}\n[class*=\"" + hint +
-         "\"]{margin-top: 4px;}";
-}
+using styletext::plainGroup;
 
 TEST(QPInputStyleCss, DefaultGroupForProviderZero) {
   QPInputStyle input;
@@ -32,16 +25,22 @@ TEST(QPInputStyleCss, SetFragmentsLandInTheirRules) {
   input.validationHintFontStyle()->setTextColor(QPColor::grey(0));
   input.setIsPlaceholderVisible(false);
 
-  const std::string label = input.labelFontStyle()->css();
-  const std::string edit = input.editTextFontStyle()->css();
-  const std::string border = input.editTextBorderStyle()->css();
-  const std::string hint = input.validationHintFontStyle()->css();
+  const std::string label =
+      "font-size: 16.000000px !important; font-weight: normal !important; "
+      "font-weight: bold !important; ";
+  const std::string edit = "font-size: 10.000000px !important; font-weight: normal !important; ";
+  const std::string unsetSide = "18446744073709551615px !important; border-radius:0px; ";
+  const std::string border =
+      "border-left-width: " + unsetSide + "border-right-width: " + unsetSide +
+      "border-top-width: 1px !important; border-radius:0px; border-bottom-width: " + unsetSide;
+  const std::string hint =
+      "font-size: 16.000000px !important; color: #000000FF !important; "
+      "font-weight: normal !important; ";
   EXPECT_EQ(input.cssStr(1),
             ".x-label{ " + label + " margin-top: 16px;}\n.x-label:not(:first-child){ " + label +
                 " margin-top: 16px;}\n.x-control, .x-wrapper {" + edit + " " + border +
                 " background: transparent; margin-top: 4px;}\n.x-control::-webkit-input-placeholder {" +
                 edit + "opacity: 0}\n[class*=\"x-hint\"]{" + hint + "margin-top: 4px;}");
-  EXPECT_NE(label.find("bold"), std::string::npos);
 }
 
 TEST(QPInputStyleCss, UnsetFragmentsAreLeftOutButCreated) {
