@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <tuple>
 
 #include <gtkmm/settings.h>
 #include <gtkmm/window.h>
@@ -308,6 +309,52 @@ TEST_F(StandInPagesTest, PayPalsDeclineIsShownAndPayUNamesItsLanguage) {
     setenv("LANGUAGE", language, 1);
     open(QPPaymentProviderPayU, {"PAYU"}, base() + "/providers/payu/pay?orderId=o7");
     EXPECT_EQ(evaluate("document.getElementById('lang').textContent"), json::value(name)) << language;
+  }
+}
+
+// Every language has every text; the pages where a payment ends speak the language their link
+// names, and the security code's hint the form's language, saying where an Amex has its code.
+TEST_F(StandInPagesTest, ResultPagesAndTheSecurityCodeHintSpeakTheFormsLanguage) {
+  struct Case {
+    std::string path;
+    std::string title;
+  };
+  const Case pages[] = {
+      {"/providers/return?data=x&lang=de", "Zurück im Shop"},
+      {"/providers/return?lang=gr", "Επιστροφή στο κατάστημα"},
+      {"/callbacks/paypal/success/?lang=fr_FR", "Paiement PayPal approuvé"},
+      {"/callbacks/paypal/cancel/?lang=xx", "PayPal payment cancelled"},
+  };
+  for (const Case& c : pages) {
+    SCOPED_TRACE(c.path);
+    QPPaymentFormInternals::webView(*form_).loadURL(base() + c.path);
+    const json::value expected = json::array{c.title.c_str(), c.title.c_str(), true};
+    const std::string shown =
+        "var h = document.querySelector('h1'), p = document.querySelector('.qp-text');"
+        "[document.title, h ? h.textContent : '', !!p && p.textContent.length > 20]";
+    pumpUntil([&] { return evaluate(shown) == expected; }, 10);
+    EXPECT_EQ(evaluate(shown), expected);
+  }
+  EXPECT_EQ(evaluate("var keys = Object.keys(QP_TEXTS.en); Object.keys(QP_TEXTS).filter(function (l) {"
+                     " return keys.some(function (k) { return !QP_TEXTS[l][k]; }); "
+                     "}).concat(Object.keys(QP_TEXTS).length)"),
+            (json::array{14}));
+
+  auto hint = std::make_shared<QPFormStyle>();
+  hint->setPaymentFormShowCVVHint(true);
+  for (const auto& [provider, option, language, typed, text] :
+       {std::tuple{0, "MSTRCRD", "de", "", "3 Ziffern auf der Rückseite der Karte"},
+        std::tuple{3, "MSTRCRD", "fr", "", "3 chiffres au dos de la carte"},
+        std::tuple{3, "AMEX", "it", "3782 8224", "4 cifre sul fronte della carta"}}) {
+    SCOPED_TRACE(language);
+    restart();
+    setenv("LANGUAGE", language, 1);
+    open(provider, {"VISA", option}, "hint", hint);
+    EXPECT_EQ(inputs("var c = qpField('cvv'); if ('" + std::string(typed) + "') qpType(qpField('number'), '" +
+                     typed +
+                     "'); var h = qpDoc.getElementById(c.getAttribute('aria-describedby'));"
+                     " h ? h.textContent : 'no hint'"),
+              json::value(text));
   }
 }
 

@@ -91,11 +91,18 @@ constexpr const char* kFormService = R"HTML(
       add(row, "expiry", T.expiry, "MM / YY", "numeric");
       add(row, "cvv", T.cvv, placeholders.cvv, "numeric");
       add(form, "cardHolder", T.cardHolder, "Erika Mustermann");
-      var number = byName("cardNumber").input, cvv = byName("cvv").input;
+      var number = byName("cardNumber").input, cvv = byName("cvv").input, hint = null;
+      // The security code's hint says where the code is: on the front of an American Express.
+      var hintFor = function (brand) { return (brand || (placeholders.cvv.length === 4 ? "AMEX" : "")) === "AMEX" ? T.cvvHintAmex : T.cvvHint; };
+      if (message.showCVVHint) {
+        hint = document.createElement("div"); hint.className = "qp-hint qp-hint-cvv"; hint.id = cvv.id + "-hint";
+        hint.textContent = hintFor(""); byName("cvv").group.appendChild(hint); cvv.setAttribute("aria-describedby", hint.id);
+      }
       qpFormatAsTyped(number, qpGroupCard);
       qpFormatAsTyped(byName("expiry").input, qpFormatExpiry);
       number.addEventListener("input", function () {
         var detected = qpCardBrand(number.value);
+        if (hint) hint.textContent = hintFor(detected);
         cvv.placeholder = detected ? qpPlaceholders([detected]).cvv : placeholders.cvv;
         announcer.update(detected);
       });

@@ -92,8 +92,12 @@ constexpr const char* kWidget = R"JS(
       var number = input("card.number", "cardNumber", placeholders.cardNumber, "numeric");
       var cvvInput = input("card.cvv", "cvv", placeholders.cvv, "numeric");
       qpFormatAsTyped(number, qpGroupCard);
+      // The security code's hint says where the code is: on the front of an American Express.
+      var cvvHint = null, amexOnly = placeholders.cvv.length === 4;
+      var hintFor = function (brand) { return brand === "AMEX" || (!brand && amexOnly) ? T.cvvHintAmex : T.cvvHint; };
       number.addEventListener("input", function () {
         var detected = qpCardBrand(number.value).replace("MSTRCRD", "MASTER");
+        if (cvvHint) cvvHint.textContent = hintFor(detected);
         if (options.brandDetection && detected && brands.indexOf(detected) >= 0) brandInput.value = detected;
         Array.prototype.forEach.call(marks.children, function (mark) {
           mark.style.opacity = !detected || mark.getAttribute("data-brand") === detected ? "1" : "0.3";
@@ -105,7 +109,8 @@ constexpr const char* kWidget = R"JS(
       form.appendChild(announcer.node);
       var cvv = field("cvv", T.cvv, cvvInput);
       if (options.showCVVHint) {
-        cvv.appendChild(el("div", { "class": "wpwl-hint wpwl-hint-cvv", id: cvvInput.id + "-hint" }, ["3 digits on the back of the card"]));
+        cvvHint = el("div", { "class": "wpwl-hint wpwl-hint-cvv", id: cvvInput.id + "-hint" }, [hintFor("")]);
+        cvv.appendChild(cvvHint);
         cvvInput.setAttribute("aria-describedby", cvvInput.id + "-hint");
       }
       var expiry = input("card.expiry", "expiry", "MM / YY", "numeric");
