@@ -83,6 +83,9 @@
       var last = controls[controls.length - 1];
       var active = document.activeElement;
       var outside = controls.indexOf(active) < 0;
+      // Into a frame (the form service's) the engine's own Tab leads, to the frame's first or last
+      // control; focusing the frame element would leave the focus on no control at all.
+      if (outside && (event.shiftKey ? last : first).tagName === "IFRAME") return;
       if (!event.shiftKey && (active === last || outside)) {
         event.preventDefault();
         first.focus();
