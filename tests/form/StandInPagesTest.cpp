@@ -225,22 +225,24 @@ TEST_F(StandInPagesTest, ADeclineLeavesNoCardNumberOrSecurityCodeOnScreen) {
     std::string name;
     std::uint64_t provider;
     std::vector<std::string> options;
-    std::string fields;  // script answering [number, cvv, holder]
+    std::string fields;  // script answering [number, cvv, holder, whether the number has the focus]
   };
   const Case cases[] = {
       {"card widget",
        0,
        {"VISA"},
-       "[qpField('number').value, qpField('cvv').value, qpField('holder').value]"},
+       "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
+       "qpDoc.activeElement === qpField('number')]"},
       {"form service",
        3,
        {"VISA"},
-       "[qpField('number').value, qpField('cvv').value, qpField('holder').value]"},
+       "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
+       "qpDoc.activeElement === qpField('number')]"},
       {"PayU",
        1,
        {"PAYU"},
        "['cardNumber', 'cvv', 'cardHolder'].map(function (id) { "
-       "return document.getElementById(id).value; })"},
+       "return document.getElementById(id).value; }).concat(document.activeElement.id === 'cardNumber')"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -251,7 +253,7 @@ TEST_F(StandInPagesTest, ADeclineLeavesNoCardNumberOrSecurityCodeOnScreen) {
     ASSERT_TRUE(formtest::shopUntil(
         *form_, sandbox::ShopperMode::Decline, [this] { return !errors_.empty(); }, 25));
     pumpFor(0.3);
-    EXPECT_EQ(inputs(c.fields), (json::array{"", "", "Erika Mustermann"}));
+    EXPECT_EQ(inputs(c.fields), (json::array{"", "", "Erika Mustermann", true}));
   }
 }
 

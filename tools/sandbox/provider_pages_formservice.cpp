@@ -152,11 +152,13 @@ constexpr const char* kFormService = R"HTML(
       else if (answer.outcome === "challenge") location.href = answer.challengeUrl;
       else {
         if (answer.outcome === "declined") {
-          // Nothing of the declined card stays on screen but its expiry and holder.
+          // Nothing of the declined card stays on screen but its expiry and holder; the shopper
+          // starts again at the card number.
           ["cardNumber", "cvv"].forEach(function (name) {
             var f = byName(name);
             if (f) { f.input.value = ""; f.input.dispatchEvent(new Event("input", { bubbles: true })); }
           });
+          if (byName("cardNumber")) byName("cardNumber").input.focus();
         }
         banner.textContent = answer.outcome === "declined" ? T.declined : (answer.message || T.declined);
         banner.style.display = "block";

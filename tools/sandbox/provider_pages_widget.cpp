@@ -156,12 +156,14 @@ constexpr const char* kWidget = R"JS(
         if (answer.outcome === "approved") submitTo(target);
         else if (answer.outcome === "challenge") location.href = answer.challengeUrl;
         else if (answer.outcome === "declined") {
-          // Nothing of the declined card stays on screen but its expiry and holder.
+          // Nothing of the declined card stays on screen but its expiry and holder; the shopper
+          // starts again at the first field (the card number).
           ["cardNumber", "cvv"].forEach(function (name) {
             var f = fields.filter(function (x) { return x.name === name; })[0];
             if (f) { f.input.value = ""; f.input.dispatchEvent(new Event("input", { bubbles: true })); }
           });
           fail({ name: "PaymentDeclined", message: T.declined });
+          fields[0].input.focus();
         }
         else fail({ name: "PaymentError", message: answer.message || T.declined });
       });
