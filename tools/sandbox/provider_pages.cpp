@@ -35,13 +35,13 @@ constexpr const char* kResultPage = R"HTML(<!DOCTYPE html>
 <html><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
 <title></title><style>@CSS@</style><script>@TEXTS@</script></head>
 <body><main class="qp-page qp-result"><div class="qp-result-mark @KIND@" aria-hidden="true">@MARK@</div>
-<h1 class="qp-title" data-text="@TITLE@"></h1><p class="qp-text" data-text="@TEXT@"></p></main>
+<h1 class="qp-title"></h1><p class="qp-text"></p></main>
 <script>
 (function () {
   var lang = new URLSearchParams(location.search).get("lang") || navigator.language || "en", T = qpTexts(lang);
   document.documentElement.lang = qpLanguage(lang);
-  Array.prototype.forEach.call(document.querySelectorAll("[data-text]"), function (node) { node.textContent = T[node.getAttribute("data-text")]; });
-  document.title = T["@TITLE@"];
+  document.title = document.querySelector(".qp-title").textContent = T["@TITLE@"];
+  document.querySelector(".qp-text").textContent = T["@TEXT@"];
 })();
 </script></body></html>
 )HTML";
