@@ -83,6 +83,9 @@
       var last = controls[controls.length - 1];
       var active = document.activeElement;
       var outside = controls.indexOf(active) < 0;
+      // Into a frame (the form service's) the engine's own Tab leads, to the frame's first or last
+      // control; focusing the frame element would leave the focus on no control at all.
+      if (outside && (event.shiftKey ? last : first).tagName === "IFRAME") return;
       if (!event.shiftKey && (active === last || outside)) {
         event.preventDefault();
         first.focus();
@@ -93,6 +96,33 @@
     },
     true
   );
+  // The shopper's first Tab into the form gives the keyboard to the web view: the page then has
+  // the focus with no control holding it, and nothing would show where the keyboard is. The first
+  // control takes it then (in the form service's frame, its first field); a pointer press chooses
+  // its own place.
+  var pointerAt = 0;
+  var entering = null; // the engine may tell the page twice that it has the focus
+  document.addEventListener(
+    "pointerdown",
+    function () {
+      pointerAt = Date.now();
+    },
+    true
+  );
+  window.addEventListener("focus", function () {
+    if (entering) return;
+    entering = setTimeout(function () {
+      entering = null;
+      var active = document.activeElement;
+      if (Date.now() - pointerAt < 400 || (active && active !== document.body)) return;
+      var first = window.qpTabbables()[0];
+      if (first && first.tagName === "IFRAME") {
+        if (typeof nextInput === "function") nextInput();
+      } else if (first) {
+        first.focus();
+      }
+    }, 150);
+  });
   // A host style whose border side has no width set prints an absurd width (the largest
   // unsigned number in pixels); such a border would cover the whole form. The page drops those
   // widths so that the side keeps the form's own look; every other rule stays as the host made it.

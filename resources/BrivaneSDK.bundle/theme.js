@@ -9,3 +9,17 @@
       function qpFollowHostColours(css) {
         document.documentElement.classList.toggle("qp-host-colours", qpHostSetsColours(css));
       }
+      // Where the keyboard is stays visible: a ring around the focused control, light or dark as
+      // the page. Its rules weigh nothing (:where) and come first, so that any rule of the host's
+      // style or of the provider's own page wins over them.
+      var qpFocusRingCSS =
+        ":where(input, select, textarea, button, a[href], [tabindex]):focus-visible" +
+        " { outline: 3px solid #2f6fed; outline-offset: 2px; }" +
+        " @media (prefers-color-scheme: dark) { :where(:root:not(.qp-host-colours))" +
+        " :where(input, select, textarea, button, a[href], [tabindex]):focus-visible { outline-color: #8ab4ff; } }\n";
+      function qpAddFocusRing(doc) {
+        var style = doc.createElement("style");
+        style.id = "qp-focus-ring";
+        style.textContent = qpFocusRingCSS;
+        doc.head.insertBefore(style, doc.head.firstChild);
+      }

@@ -298,6 +298,9 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   }
 
   void didCommitNavigation() {
+    // The page replaced took its focused input with it (a provider's challenge loaded over the
+    // form, say): its toolbar goes too, until an input of the new page takes the focus.
+    if (keyboardShown) keyboardWillHide();
     if (!serviceWaitArmed) return;
     serviceWaitArmed = false;
     const unsigned generation = renderGeneration;

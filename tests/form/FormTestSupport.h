@@ -17,6 +17,7 @@
 #include <thread>
 
 #include <glib.h>
+#include <gtkmm/window.h>
 
 #include <boost/json/value.hpp>
 
@@ -69,6 +70,25 @@ inline bool pumpUntil(const std::function<bool()>& done, double seconds) {
 
 inline void pumpFor(double seconds) {
   pumpUntil([] { return false; }, seconds);
+}
+
+// Gives `window` the X input focus, as a window manager does when the shopper picks it: the
+// window becomes active and its page takes keys and draws its focus. Whether it is active.
+inline bool focusWindow(Gtk::Window& window) {
+  static int windows = 0;  // a title of its own each time: no earlier window is found
+  const std::string title =
+      "brivane-form-test-" + std::to_string(::getpid()) + "-" + std::to_string(++windows);
+  window.set_title(title);
+  window.present();
+  pumpFor(0.1);
+  const std::string command = "xdotool search --sync --limit 1 --name '^" + title + "$' windowfocus --sync";
+  return std::system(command.c_str()) == 0 && pumpUntil([&window] { return window.is_active(); }, 5);
+}
+
+// Presses `key` (an X key name, e.g. "Return") on the X server's keyboard through XTest, as a
+// shopper does: the window with the input focus gets a real key event, not one a script made.
+inline bool pressKey(const std::string& key) {
+  return std::system(("xdotool key " + key).c_str()) == 0;
 }
 
 // The script's answer in the form's page, or its error text as a JSON string prefixed with

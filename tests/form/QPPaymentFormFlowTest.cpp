@@ -387,6 +387,10 @@ TEST_F(QPPaymentFormFlowTest, AFormServiceThatNeverAnswersShowsANotice) {
   ASSERT_NE(notice, nullptr);
   EXPECT_FALSE(form_->isActivityIndicatorShown());
   EXPECT_TRUE(notice->get_mapped());
+  // The page's own failure (its later time-out) shows the shopper no second notice.
+  EXPECT_EQ(evaluate("qpFail('late'); Array.prototype.filter.call(document.querySelectorAll('[role=alert]'), "
+                     "function (n) { return n.offsetParent !== null; }).length"),
+            boost::json::value(0));
   pumpFor(1.0);
   EXPECT_EQ(errors_.size(), 1u);
   // Trying again renders anew: the notice goes until the next wait has passed.
@@ -709,19 +713,54 @@ TEST_F(QPPaymentFormFlowTest, ToolbarButtonsAreFocusableAndNamed) {
   unsetenv("LANGUAGE");
 }
 
-// The provider's challenge replaces the frame's page: the focused input went with it, and so does
-// the toolbar.
+// The provider's challenge replaces the frame's page, or the whole page (the card widget's): the
+// focused input went with it, and so does the toolbar.
 TEST_F(QPPaymentFormFlowTest, TheToolbarGoesWhenTheFramesPageIsReplaced) {
-  render(QPPaymentProviderCyberSource, {"VISA"}, "frame-replaced");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
-  const std::string focus =
-      "document.getElementById('qp-frame').contentDocument.querySelector('input[name=cardNumber]').focus(); "
-      "true";
-  ASSERT_TRUE(pumpUntil([&] { return evaluate(focus) == boost::json::value(true); }, 10));
-  ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
-  evaluate("document.getElementById('qp-frame').src = '" + base() +
-           "/providers/3ds/challenge?session=frame'; true");
-  EXPECT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
+  struct Case {
+    std::uint64_t provider;
+    std::string document;  // where the card number is, and whose page the challenge replaces
+    std::string input;
+  };
+  const std::string frame = "document.getElementById('qp-frame').contentDocument";
+  for (const Case& c : {Case{QPPaymentProviderCyberSource, frame, "cardNumber"},
+                        Case{QPPaymentProviderPayon, "document", "card.number"}}) {
+    SCOPED_TRACE(c.provider);
+    TearDown();
+    loaded_ = 0;
+    SetUp();
+    render(c.provider, {"VISA"}, "frame-replaced");
+    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    const std::string focus = c.document + ".querySelector(\"input[name='" + c.input + "']\").focus(); true";
+    ASSERT_TRUE(pumpUntil([&] { return evaluate(focus) == boost::json::value(true); }, 10));
+    ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
+    const std::string challenge = base() + "/providers/3ds/challenge?session=frame";
+    evaluate(c.document == frame ? "document.getElementById('qp-frame').src = '" + challenge + "'; true"
+                                 : "location.href = '" + challenge + "'; true");
+    EXPECT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
+  }
+}
+
+// The shopper's first Tab into the form, which gives the web view the keyboard, lands on the first
+// field, in the form service's frame too (real key presses).
+TEST_F(QPPaymentFormFlowTest, TheFirstTabLandsOnTheFirstField) {
+  const std::string focused =
+      "var a = document.activeElement, f = document.getElementById('qp-frame');"
+      "a.tagName === 'IFRAME' ? 'frame ' + f.contentDocument.activeElement.name : a.name || a.tagName";
+  for (const auto& [provider, field] : {std::pair{QPPaymentProviderPayon, "card.number"},
+                                        std::pair{QPPaymentProviderCyberSource, "frame cardNumber"}}) {
+    SCOPED_TRACE(provider);
+    TearDown();
+    loaded_ = 0;
+    SetUp();
+    render(provider, {"VISA"}, "first-tab");
+    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0 && !form_->isActivityIndicatorShown(); }, 15));
+    ASSERT_TRUE(pumpUntil([&] { return evaluate(focused) == boost::json::value("BODY"); }, 10));
+    ASSERT_TRUE(formtest::focusWindow(*window_));
+    ASSERT_EQ(window_->get_focus(), nullptr);
+    ASSERT_TRUE(formtest::pressKey("Tab"));
+    EXPECT_TRUE(pumpUntil([&] { return evaluate(focused) == boost::json::value(field); }, 3))
+        << boost::json::serialize(evaluate(focused));
+  }
 }
 
 // Tab past the last control returns to the first field, Shift+Tab before the first to the last.
@@ -745,6 +784,120 @@ TEST_F(QPPaymentFormFlowTest, TabOrderWrapsAroundThePage) {
   EXPECT_EQ(
       evaluate(tab + "var c = qpTabbables(); c[1].focus(); qpTab(false); document.activeElement === c[1]"),
       boost::json::value(true));
+}
+
+enum class AfterEnter { BeforeSubmit, Declined, PayPalOpens };
+
+struct EnterCase {
+  std::string name;
+  std::uint64_t provider;
+  std::string option;
+  bool inFrame;                                             // the fields are in the form service's frame
+  std::vector<std::pair<std::string, std::string>> fields;  // typed before; Enter goes to the last
+  AfterEnter after;
+};
+
+// Enter in a field submits the page as its Pay button does: a real key press (not a script's
+// event) in the last field typed leads to the page's before-submit request (the host prevents
+// the rest) or PayU's decline; on PayPal's button it opens PayPal's approval window.
+TEST_F(QPPaymentFormFlowTest, EnterInAFieldSubmitsEveryProvidersPage) {
+  using Fields = std::vector<std::pair<std::string, std::string>>;
+  const Fields gatewayCard = {{"card.number", "4200 0000 0000 0000"},
+                              {"card.expiry", "12 / 39"},
+                              {"card.holder", "Erika Mustermann"},
+                              {"card.cvv", "123"}};
+  const Fields serviceCard = {{"cardNumber", "4200 0000 0000 0000"},
+                              {"expiry", "12 / 39"},
+                              {"cardHolder", "Erika Mustermann"},
+                              {"cvv", "123"}};
+  const Fields amex = {{"cardNumber", "3782 822463 10005"},
+                       {"expiry", "12 / 39"},
+                       {"cvv", "1234"},
+                       {"cardHolder", "Erika Mustermann"}};
+  const std::string iban = "DE89 3704 0044 0532 0130 00";
+  const EnterCase cases[] = {
+      {"card widget", 0, "VISA", false, gatewayCard, AfterEnter::BeforeSubmit},
+      {"gateway SEPA",
+       0,
+       "BNKACCT",
+       false,
+       {{"bankAccount.holder", "Erika Mustermann"}, {"bankAccount.iban", iban}},
+       AfterEnter::BeforeSubmit},
+      {"PayU",
+       1,
+       "PAYU",
+       false,
+       {{"cardNumber", "4000 0000 0000 0002"},
+        {"expiry", "12 / 39"},
+        {"cvv", "123"},
+        {"cardHolder", "Erika Mustermann"}},
+       AfterEnter::Declined},
+      {"PayPal's button", 2, "PAYPAL", false, {}, AfterEnter::PayPalOpens},
+      {"CyberSource", 3, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
+      {"TokenEx", 4, "AMEX", true, amex, AfterEnter::BeforeSubmit},
+      {"Vesta", 5, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
+      {"SEPA",
+       6,
+       "BNKACCT",
+       true,
+       {{"accountHolder", "Erika Mustermann"}, {"iban", iban}},
+       AfterEnter::BeforeSubmit},
+      {"PAYON PCI", 7, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
+  };
+  for (const EnterCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    TearDown();
+    errors_.clear();
+    SetUp();
+    int requests = 0;
+    const bool prevent = c.after == AfterEnter::BeforeSubmit;
+    form_->setOnBeforeSubmitCallbackWithArg(
+        [&requests, prevent](const std::shared_ptr<OnBeforeSubmitObj>& arguments) {
+          ++requests;
+          if (prevent) arguments->preventSubmit();
+        });
+    render(
+        c.provider, {c.option},
+        c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=enter&lang=en" : "enter");
+    // The web view takes the keyboard once the loading overlay has gone, and before a field takes
+    // the focus: the engine hears of its focus later, and would then put it back on the page.
+    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0 && !form_->isActivityIndicatorShown(); }, 15));
+    ASSERT_TRUE(formtest::focusWindow(*window_));
+    ASSERT_TRUE(QPPaymentFormInternals::webView(*form_).widget().grab_focus());
+    pumpFor(0.3);
+    std::string type =
+        "var d = " +
+        std::string(c.inFrame ? "document.getElementById('qp-frame').contentDocument" : "document") +
+        "; var i = null;";
+    for (const auto& [name, value] : c.fields) {
+      type += "i = d.querySelector(\"input[name='" + name + "']\"); i.value = '" + value +
+              "'; i.dispatchEvent(new Event('input', {bubbles: true}));";
+    }
+    type += c.fields.empty() ? "i = d.querySelector('.paypal-button');" : "";
+    type += "i.focus(); d.activeElement === i";
+    ASSERT_TRUE(pumpUntil([&] { return evaluate(type) == boost::json::value(true); }, 10));
+    ASSERT_TRUE(formtest::pressKey("Return"));
+    switch (c.after) {
+      case AfterEnter::BeforeSubmit:
+        EXPECT_TRUE(pumpUntil([&requests] { return requests > 0; }, 5));
+        pumpFor(0.3);
+        EXPECT_EQ(requests, 1);
+        break;
+      case AfterEnter::Declined:
+        ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 5));
+        EXPECT_THAT(boost::json::serialize(errors_[0]), HasSubstr("declined"));
+        break;
+      case AfterEnter::PayPalOpens:
+        EXPECT_TRUE(pumpUntil(
+            [this] {
+              return evaluate("!!document.querySelector('.paypal-lightbox iframe')") ==
+                     boost::json::value(true);
+            },
+            5));
+        EXPECT_EQ(requests, 1);
+        break;
+    }
+  }
 }
 
 // With a dark GTK theme and no host colours the page is told to use dark colours too.

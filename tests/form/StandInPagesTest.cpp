@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <tuple>
 
 #include <gtkmm/settings.h>
 #include <gtkmm/window.h>
@@ -224,22 +225,24 @@ TEST_F(StandInPagesTest, ADeclineLeavesNoCardNumberOrSecurityCodeOnScreen) {
     std::string name;
     std::uint64_t provider;
     std::vector<std::string> options;
-    std::string fields;  // script answering [number, cvv, holder]
+    std::string fields;  // script answering [number, cvv, holder, whether the number has the focus]
   };
   const Case cases[] = {
       {"card widget",
        0,
        {"VISA"},
-       "[qpField('number').value, qpField('cvv').value, qpField('holder').value]"},
+       "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
+       "qpDoc.activeElement === qpField('number')]"},
       {"form service",
        3,
        {"VISA"},
-       "[qpField('number').value, qpField('cvv').value, qpField('holder').value]"},
+       "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
+       "qpDoc.activeElement === qpField('number')]"},
       {"PayU",
        1,
        {"PAYU"},
        "['cardNumber', 'cvv', 'cardHolder'].map(function (id) { "
-       "return document.getElementById(id).value; })"},
+       "return document.getElementById(id).value; }).concat(document.activeElement.id === 'cardNumber')"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -250,7 +253,7 @@ TEST_F(StandInPagesTest, ADeclineLeavesNoCardNumberOrSecurityCodeOnScreen) {
     ASSERT_TRUE(formtest::shopUntil(
         *form_, sandbox::ShopperMode::Decline, [this] { return !errors_.empty(); }, 25));
     pumpFor(0.3);
-    EXPECT_EQ(inputs(c.fields), (json::array{"", "", "Erika Mustermann"}));
+    EXPECT_EQ(inputs(c.fields), (json::array{"", "", "Erika Mustermann", true}));
   }
 }
 
@@ -308,6 +311,52 @@ TEST_F(StandInPagesTest, PayPalsDeclineIsShownAndPayUNamesItsLanguage) {
     setenv("LANGUAGE", language, 1);
     open(QPPaymentProviderPayU, {"PAYU"}, base() + "/providers/payu/pay?orderId=o7");
     EXPECT_EQ(evaluate("document.getElementById('lang').textContent"), json::value(name)) << language;
+  }
+}
+
+// Every language has every text; the pages where a payment ends speak the language their link
+// names, and the security code's hint the form's language, saying where an Amex has its code.
+TEST_F(StandInPagesTest, ResultPagesAndTheSecurityCodeHintSpeakTheFormsLanguage) {
+  struct Case {
+    std::string path;
+    std::string title;
+  };
+  const Case pages[] = {
+      {"/providers/return?data=x&lang=de", "Zurück im Shop"},
+      {"/providers/return?lang=gr", "Επιστροφή στο κατάστημα"},
+      {"/callbacks/paypal/success/?lang=fr_FR", "Paiement PayPal approuvé"},
+      {"/callbacks/paypal/cancel/?lang=xx", "PayPal payment cancelled"},
+  };
+  for (const Case& c : pages) {
+    SCOPED_TRACE(c.path);
+    QPPaymentFormInternals::webView(*form_).loadURL(base() + c.path);
+    const json::value expected = json::array{c.title.c_str(), c.title.c_str(), true};
+    const std::string shown =
+        "var h = document.querySelector('h1'), p = document.querySelector('.qp-text');"
+        "[document.title, h ? h.textContent : '', !!p && p.textContent.length > 20]";
+    pumpUntil([&] { return evaluate(shown) == expected; }, 10);
+    EXPECT_EQ(evaluate(shown), expected);
+  }
+  EXPECT_EQ(evaluate("var keys = Object.keys(QP_TEXTS.en); Object.keys(QP_TEXTS).filter(function (l) {"
+                     " return keys.some(function (k) { return !QP_TEXTS[l][k]; }); "
+                     "}).concat(Object.keys(QP_TEXTS).length)"),
+            (json::array{14}));
+
+  auto hint = std::make_shared<QPFormStyle>();
+  hint->setPaymentFormShowCVVHint(true);
+  for (const auto& [provider, option, language, typed, text] :
+       {std::tuple{0, "MSTRCRD", "de", "", "3 Ziffern auf der Rückseite der Karte"},
+        std::tuple{3, "MSTRCRD", "fr", "", "3 chiffres au dos de la carte"},
+        std::tuple{3, "AMEX", "it", "3782 8224", "4 cifre sul fronte della carta"}}) {
+    SCOPED_TRACE(language);
+    restart();
+    setenv("LANGUAGE", language, 1);
+    open(provider, {"VISA", option}, "hint", hint);
+    EXPECT_EQ(inputs("var c = qpField('cvv'); if ('" + std::string(typed) + "') qpType(qpField('number'), '" +
+                     typed +
+                     "'); var h = qpDoc.getElementById(c.getAttribute('aria-describedby'));"
+                     " h ? h.textContent : 'no hint'"),
+              json::value(text));
   }
 }
 

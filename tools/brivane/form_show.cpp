@@ -138,7 +138,16 @@ int showForm(FormRequest request) {
     form->setOnFormLoaded([&] {
       printLine("loaded");
       if (request.focus) {
-        // The page (or the form service's frame) may still be building its inputs.
+        // The page (or the form service's frame) may still be building its inputs. The window
+        // takes the keyboard first (presenting a shown window focuses it, even without a window
+        // manager), so that the page is active and draws its focus as a shopper sees it; the
+        // engine hears of its focus a moment later, and only then may a field take it.
+        Glib::signal_timeout().connect_once(
+            [&] {
+              window->present();
+              QPPaymentFormInternals::webView(*form).widget().grab_focus();
+            },
+            500);
         Glib::signal_timeout().connect_once(
             [&] {
               QPPaymentFormInternals::webView(*form).evaluate(
@@ -148,7 +157,7 @@ int showForm(FormRequest request) {
                   "  var input = docs[i].querySelector('input:not([type=hidden]):not([type=checkbox])');"
                   "  if (input) { input.focus(); return true; } } return false; })()");
             },
-            700);
+            900);
       }
       if (request.script) {
         Glib::signal_timeout().connect_once(

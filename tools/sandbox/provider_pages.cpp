@@ -29,12 +29,21 @@
 namespace brivane::sandbox {
 namespace {
 
-// Where a page ends: the shop's return page and the platform's callbacks, in the stand-ins' look.
+// Where a page ends: the shop's return page and the platform's callbacks, in the stand-ins' look
+// and in the language the link names ("lang") or else the one the browser asks for.
 constexpr const char* kResultPage = R"HTML(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
-<title>@TITLE@</title><style>@CSS@</style></head>
+<html><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
+<title></title><style>@CSS@</style><script>@TEXTS@</script></head>
 <body><main class="qp-page qp-result"><div class="qp-result-mark @KIND@" aria-hidden="true">@MARK@</div>
-<h1 class="qp-title">@TITLE@</h1><p class="qp-text">@TEXT@</p></main></body></html>
+<h1 class="qp-title"></h1><p class="qp-text"></p></main>
+<script>
+(function () {
+  var lang = new URLSearchParams(location.search).get("lang") || navigator.language || "en", T = qpTexts(lang);
+  document.documentElement.lang = qpLanguage(lang);
+  document.title = document.querySelector(".qp-title").textContent = T["@TITLE@"];
+  document.querySelector(".qp-text").textContent = T["@TEXT@"];
+})();
+</script></body></html>
 )HTML";
 
 std::string replaced(std::string text, const std::string& marker, const std::string& value) {
@@ -74,9 +83,11 @@ std::string htmlEscaped(const std::string& text) {
   return result;
 }
 
+// `title` and `text` name the page's texts (see pages::labelsScript()).
 void servePage(httplib::Server& server, const std::string& path, const std::string& title,
                const std::string& text, bool cancelled = false) {
   std::string page = replaced(kResultPage, "@CSS@", pages::standInCSS());
+  page = replaced(page, "@TEXTS@", pages::labelsScript());
   page = replaced(page, "@KIND@", cancelled ? "qp-result-cancelled" : "");
   page = replaced(page, "@MARK@", cancelled ? "&#x2715;" : "&#x2713;");
   page = replaced(replaced(page, "@TITLE@", title), "@TEXT@", text);
@@ -343,13 +354,10 @@ void registerProviderPages(httplib::Server& server, const std::string& baseUrl, 
   serveJSONCall(server, "/providers/authorize", shared, &Pages::authorize);
   serveJSONCall(server, "/providers/3ds/verify", shared, &Pages::verify);
   serveJSONCall(server, "/providers/3ds/cancel", shared, &Pages::cancel);
-  servePage(server, "/providers/return", "Returned to the shop",
-            "The payment page has finished; the shop takes it from here.");
-  servePage(server, "/callbacks/payon", "Payment processed", "The card gateway has processed the payment.");
-  servePage(server, "/callbacks/paypal/success/", "PayPal payment approved",
-            "PayPal approved the payment; the shop completes it now.");
-  servePage(server, "/callbacks/paypal/cancel/", "PayPal payment cancelled",
-            "The payment with PayPal was cancelled; nothing was charged.", true);
+  servePage(server, "/providers/return", "returnedTitle", "returnedText");
+  servePage(server, "/callbacks/payon", "processedTitle", "processedText");
+  servePage(server, "/callbacks/paypal/success/", "payPalApprovedTitle", "payPalApprovedText");
+  servePage(server, "/callbacks/paypal/cancel/", "payPalCancelledTitle", "payPalCancelledText", true);
 }
 
 }  // namespace brivane::sandbox

@@ -197,7 +197,8 @@ body { margin: 0; background: #ffffff; color: #1f2430; font: 15px/1.4 "Inter", "
 .qp-label, .wpwl-label { display: block; font-size: 13px; font-weight: 600; color: #4a5160; margin: 0 0 6px; }
 .qp-control, .wpwl-control { display: block; width: 100%; height: 44px; padding: 10px 12px; border: 1px solid #c9ced8;
   border-radius: 8px; font: inherit; font-size: 16px; background: #ffffff; color: #1f2430; }
-.qp-control:focus, .wpwl-control:focus { outline: none; border-color: #2f6fed; box-shadow: 0 0 0 3px rgba(47, 111, 237, 0.18); }
+.qp-control:focus, .wpwl-control:focus { outline: none; border-color: #2f6fed; box-shadow: 0 0 0 1px #2f6fed, 0 0 0 4px rgba(47, 111, 237, 0.35); }
+.qp-button:focus-visible, .wpwl-button:focus-visible, .qp-store input:focus-visible { outline: 3px solid #2f6fed; outline-offset: 2px; }
 .qp-control::placeholder, .wpwl-control::placeholder { color: #9aa1ad; }
 .qp-has-error .qp-control, .wpwl-has-error .wpwl-control { border-color: #c62828; background: #fffafa; }
 .qp-hint-error, .wpwl-hint-error { color: #c62828; font-size: 13px; margin-top: 6px; }
@@ -246,6 +247,10 @@ body { margin: 0; background: #ffffff; color: #1f2430; font: 15px/1.4 "Inter", "
   :where(:root:not(.qp-host-colours)) .wpwl-label { color: #c3c9d4; }
   :where(:root:not(.qp-host-colours)) .qp-control, :where(:root:not(.qp-host-colours)) .wpwl-control {
     background: #1e2128; color: #e8eaf0; border-color: #5a6272; }
+  :where(:root:not(.qp-host-colours)) .qp-control:focus, :where(:root:not(.qp-host-colours)) .wpwl-control:focus {
+    border-color: #8ab4ff; box-shadow: 0 0 0 1px #8ab4ff, 0 0 0 4px rgba(138, 180, 255, 0.4); }
+  :where(:root:not(.qp-host-colours)) .qp-button:focus-visible, :where(:root:not(.qp-host-colours)) .wpwl-button:focus-visible,
+  :where(:root:not(.qp-host-colours)) .qp-store input:focus-visible { outline-color: #8ab4ff; }
   :where(:root:not(.qp-host-colours)) .qp-control::placeholder,
   :where(:root:not(.qp-host-colours)) .wpwl-control::placeholder { color: #8d95a3; }
   :where(:root:not(.qp-host-colours)) .qp-has-error .qp-control,

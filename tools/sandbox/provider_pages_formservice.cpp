@@ -91,11 +91,18 @@ constexpr const char* kFormService = R"HTML(
       add(row, "expiry", T.expiry, "MM / YY", "numeric");
       add(row, "cvv", T.cvv, placeholders.cvv, "numeric");
       add(form, "cardHolder", T.cardHolder, "Erika Mustermann");
-      var number = byName("cardNumber").input, cvv = byName("cvv").input;
+      var number = byName("cardNumber").input, cvv = byName("cvv").input, hint = null;
+      // The security code's hint says where the code is: on the front of an American Express.
+      var hintFor = function (brand) { return (brand || (placeholders.cvv.length === 4 ? "AMEX" : "")) === "AMEX" ? T.cvvHintAmex : T.cvvHint; };
+      if (message.showCVVHint) {
+        hint = document.createElement("div"); hint.className = "qp-hint qp-hint-cvv"; hint.id = cvv.id + "-hint";
+        hint.textContent = hintFor(""); byName("cvv").group.appendChild(hint); cvv.setAttribute("aria-describedby", hint.id);
+      }
       qpFormatAsTyped(number, qpGroupCard);
       qpFormatAsTyped(byName("expiry").input, qpFormatExpiry);
       number.addEventListener("input", function () {
         var detected = qpCardBrand(number.value);
+        if (hint) hint.textContent = hintFor(detected);
         cvv.placeholder = detected ? qpPlaceholders([detected]).cvv : placeholders.cvv;
         announcer.update(detected);
       });
@@ -145,11 +152,13 @@ constexpr const char* kFormService = R"HTML(
       else if (answer.outcome === "challenge") location.href = answer.challengeUrl;
       else {
         if (answer.outcome === "declined") {
-          // Nothing of the declined card stays on screen but its expiry and holder.
+          // Nothing of the declined card stays on screen but its expiry and holder; the shopper
+          // starts again at the card number.
           ["cardNumber", "cvv"].forEach(function (name) {
             var f = byName(name);
             if (f) { f.input.value = ""; f.input.dispatchEvent(new Event("input", { bubbles: true })); }
           });
+          if (byName("cardNumber")) byName("cardNumber").input.focus();
         }
         banner.textContent = answer.outcome === "declined" ? T.declined : (answer.message || T.declined);
         banner.style.display = "block";

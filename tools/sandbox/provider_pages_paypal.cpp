@@ -100,11 +100,13 @@ const std::string& payPalApprovalPage() {
 <body><div class="qp-page">
 <div class="pp-head"><div class="pp-logo">Pay<span>Pal</span></div><div class="qp-mark qp-mark-PAYPAL">Sandbox</div></div>
 <div class="qp-error-box" id="error"></div>
+<form id="paypal-form" novalidate>
 <div class="qp-group"><label class="qp-label" for="email" id="email-label">E-mail</label>
 <input class="qp-control" id="email" name="email" value="shopper@paypal.test" autocomplete="off"></div>
-<button class="qp-button" id="paypal-approve" type="button">Agree and continue</button>
+<button class="qp-button" id="paypal-approve" type="submit">Agree and continue</button>
 <button class="qp-button qp-button-secondary" id="paypal-cancel" type="button">Cancel</button>
 <div class="qp-secure" id="secure">Secure payment</div>
+</form>
 </div>
 <script>
 (function () {
@@ -120,10 +122,14 @@ const std::string& payPalApprovalPage() {
     else if (message.type === "paypal-error") qpReportToForm({ name: "PaymentDeclined", message: message.message });
     else if (back) location.href = back;
   }
-  document.getElementById("paypal-approve").addEventListener("click", function () {
+  // Enter in the e-mail field agrees, as the button does.
+  document.getElementById("paypal-form").addEventListener("submit", function (event) {
+    event.preventDefault();
     var email = document.getElementById("email").value.trim();
     if (!/^[^@\s]+@[^@\s]+$/.test(email)) { var e = document.getElementById("error"); e.textContent = T.required; e.style.display = "block"; return; }
-    this.disabled = true;
+    var approve = document.getElementById("paypal-approve");
+    if (approve.disabled) return;
+    approve.disabled = true;
     qpAuthorize(location.origin, { token: token, method: "paypal", payer: email }, function (answer) {
       if (answer.outcome === "approved") finish({ type: "paypal-approved", token: token, payerID: answer.payerID });
       else {

@@ -77,9 +77,11 @@ const std::string& payUPage() {
       if (answer.outcome === "challenge") { location.href = answer.challengeUrl; return; }
       button.disabled = false;
       if (answer.outcome === "declined") {
-        // Nothing of the declined card stays on screen but its expiry and holder.
+        // Nothing of the declined card stays on screen but its expiry and holder; the shopper
+        // starts again at the card number.
         ["cardNumber", "cvv"].forEach(function (id) { document.getElementById(id).value = ""; });
         announcer.update("");
+        number.focus();
       }
       error.textContent = T.declined;
       error.style.display = "block";

@@ -92,8 +92,12 @@ constexpr const char* kWidget = R"JS(
       var number = input("card.number", "cardNumber", placeholders.cardNumber, "numeric");
       var cvvInput = input("card.cvv", "cvv", placeholders.cvv, "numeric");
       qpFormatAsTyped(number, qpGroupCard);
+      // The security code's hint says where the code is: on the front of an American Express.
+      var cvvHint = null, amexOnly = placeholders.cvv.length === 4;
+      var hintFor = function (brand) { return brand === "AMEX" || (!brand && amexOnly) ? T.cvvHintAmex : T.cvvHint; };
       number.addEventListener("input", function () {
         var detected = qpCardBrand(number.value).replace("MSTRCRD", "MASTER");
+        if (cvvHint) cvvHint.textContent = hintFor(detected);
         if (options.brandDetection && detected && brands.indexOf(detected) >= 0) brandInput.value = detected;
         Array.prototype.forEach.call(marks.children, function (mark) {
           mark.style.opacity = !detected || mark.getAttribute("data-brand") === detected ? "1" : "0.3";
@@ -105,7 +109,8 @@ constexpr const char* kWidget = R"JS(
       form.appendChild(announcer.node);
       var cvv = field("cvv", T.cvv, cvvInput);
       if (options.showCVVHint) {
-        cvv.appendChild(el("div", { "class": "wpwl-hint wpwl-hint-cvv", id: cvvInput.id + "-hint" }, ["3 digits on the back of the card"]));
+        cvvHint = el("div", { "class": "wpwl-hint wpwl-hint-cvv", id: cvvInput.id + "-hint" }, [hintFor("")]);
+        cvv.appendChild(cvvHint);
         cvvInput.setAttribute("aria-describedby", cvvInput.id + "-hint");
       }
       var expiry = input("card.expiry", "expiry", "MM / YY", "numeric");
@@ -151,12 +156,14 @@ constexpr const char* kWidget = R"JS(
         if (answer.outcome === "approved") submitTo(target);
         else if (answer.outcome === "challenge") location.href = answer.challengeUrl;
         else if (answer.outcome === "declined") {
-          // Nothing of the declined card stays on screen but its expiry and holder.
+          // Nothing of the declined card stays on screen but its expiry and holder; the shopper
+          // starts again at the first field (the card number).
           ["cardNumber", "cvv"].forEach(function (name) {
             var f = fields.filter(function (x) { return x.name === name; })[0];
             if (f) { f.input.value = ""; f.input.dispatchEvent(new Event("input", { bubbles: true })); }
           });
           fail({ name: "PaymentDeclined", message: T.declined });
+          fields[0].input.focus();
         }
         else fail({ name: "PaymentError", message: answer.message || T.declined });
       });
