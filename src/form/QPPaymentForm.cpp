@@ -182,6 +182,7 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
   bool formServiceReady = false;
   bool serviceWaitArmed = false;
   std::unique_ptr<Gtk::Box> serviceNotice;
+  bool retryChosen = false;  // "Try again" was chosen on the last notice
   std::function<void()> renderAgain;
   boost::json::value formPostParam;
   std::optional<boost::json::object> onBeforeSubmitDict;
@@ -333,6 +334,7 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     retry->signal_clicked().connect([weak] {
       // Later: the button goes with the notice that the new render removes.
       if (auto self = weak.lock(); self && self->alive()) {
+        self->retryChosen = true;
         self->later([](Impl& form) {
           if (auto again = form.renderAgain) again();
         });
@@ -340,6 +342,10 @@ struct QPPaymentForm::Impl : ScriptMessageDelegate, std::enable_shared_from_this
     });
     serviceNotice->append(*retry);
     overlay.add_overlay(*serviceNotice);
+    // A shopper who tried again finds the keyboard on the next notice's button, not lost with the
+    // button that the new render removed.
+    if (retryChosen) retry->grab_focus();
+    retryChosen = false;
   }
 
   void removeServiceNotice() {

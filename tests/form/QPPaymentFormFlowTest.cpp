@@ -400,6 +400,10 @@ TEST_F(QPPaymentFormFlowTest, AFormServiceThatNeverAnswersShowsANotice) {
   retry->activate();
   ASSERT_TRUE(pumpUntil([this] { return QPPaymentFormInternals::serviceNotice(*form_) == nullptr; }, 2));
   ASSERT_TRUE(pumpUntil([this] { return errors_.size() == 2; }, 7));
+  // The shopper who tried again finds the keyboard on the next notice's button.
+  notice = QPPaymentFormInternals::serviceNotice(*form_);
+  ASSERT_NE(notice, nullptr);
+  EXPECT_TRUE(notice->get_last_child()->is_focus());
   close(silent);
 }
 
