@@ -35,7 +35,7 @@ code { font: 12px/1.4 ui-monospace, monospace; }
 dl { display: grid; grid-template-columns: max-content 1fr; gap: .2rem 1rem; margin: 0; }
 dt { color: var(--muted); }
 dd { margin: 0; overflow-wrap: anywhere; }
-input[type=search] { font: inherit; padding: .25rem .5rem; width: 20rem; max-width: 60vw; }
+input[type=search] { font: inherit; padding: .25rem .5rem; width: 24rem; max-width: 60vw; }
 button { font: inherit; padding: .25rem .8rem; }
 )css";
 
@@ -84,6 +84,12 @@ std::string encoded(std::string_view text) {
 std::string link(const char* kind, const std::string& key, const std::string& label = {}) {
   return "<a href=\"/sandbox/" + std::string(kind) + "/" + esc(encoded(key)) + "\">" +
          esc(label.empty() ? key : label) + "</a>";
+}
+
+// "yyyy-MM-dd HH:mm:ss" of the ledger's and histories' date and "HHmmss" time.
+std::string when(const std::string& date, const std::string& time) {
+  if (time.size() != 6) return esc(date + " " + time);
+  return esc(date + " " + time.substr(0, 2) + ":" + time.substr(2, 2) + ":" + time.substr(4, 2));
 }
 
 std::string money(std::int64_t minor, const std::string& currency) {
@@ -237,11 +243,11 @@ std::string paymentsTable(const Store& store, const std::vector<const Payment*>&
   Table table({"Payment", "User", "Account", "State", "#Amount", "#Captured", "Last change"});
   for (const Payment* payment : payments) {
     const std::string last =
-        payment->history.empty() ? "" : payment->history.back().date + " " + payment->history.back().time;
+        payment->history.empty() ? "" : when(payment->history.back().date, payment->history.back().time);
     table.row({link("payments", payment->uniqueReference), userCell(store, payment->userId),
                accountCell(store, payment->accno), esc(payment->state),
                "#" + money(payment->amount, payment->currency),
-               "#" + money(payment->capturedAmount, payment->currency), esc(last)});
+               "#" + money(payment->capturedAmount, payment->currency), last});
   }
   return table.html();
 }
@@ -262,7 +268,7 @@ std::string optionsTable(const Store& store, const std::vector<const StoredPayme
 }
 
 std::string outboxTable(const std::vector<OutboxMessage>& messages) {
-  Table table({"#", "To", "Kind", "Message"});
+  Table table({"##", "To", "Kind", "Message"});
   std::size_t number = 0;
   for (const OutboxMessage& message : messages)
     table.row({"#" + std::to_string(++number), esc(message.to), esc(message.kind), esc(message.text)});
@@ -307,15 +313,14 @@ std::string accountPage(const Store& store, const Account& account) {
                      "</dd><dt>State</dt><dd>" + esc(account.state) + "</dd><dt>Balance</dt><dd>" +
                      money(balanceOf(store, account.accno), account.currency) + "</dd></dl>";
   body += "<h2>Holder</h2>" + members(account.information);
-  Table ledger({"#", "Date", "Reference", "Type", "Description", "Counterparty", "#Amount", "#Balance"});
+  Table ledger({"##", "Date", "Reference", "Type", "Description", "Counterparty", "#Amount", "#Balance"});
   std::int64_t running = 0;
   for (const LedgerEntry& entry : store.ledger) {
     if (entry.accno != account.accno) continue;
     running += entry.amount;
-    ledger.row({"#" + std::to_string(entry.sequence), esc(entry.date + " " + entry.time),
-                esc(entry.entryReference), esc(entry.type), esc(entry.description),
-                accountCell(store, entry.counterparty), "#" + money(entry.amount, entry.currency),
-                "#" + esc(amountText(running))});
+    ledger.row({"#" + std::to_string(entry.sequence), when(entry.date, entry.time), esc(entry.entryReference),
+                esc(entry.type), esc(entry.description), accountCell(store, entry.counterparty),
+                "#" + money(entry.amount, entry.currency), "#" + esc(amountText(running))});
   }
   body += "<h2>Ledger</h2>" + ledger.html();
   std::vector<const Payment*> payments;
@@ -342,12 +347,12 @@ std::string paymentPage(const Store& store, const Payment& payment) {
   Table history({"Date", "State", "Call"});
   for (const PaymentEvent& event : payment.history)
     history.row(
-        {esc(event.date + " " + event.time), esc(event.state), "<code>" + esc(event.operation) + "</code>"});
+        {when(event.date, event.time), esc(event.state), "<code>" + esc(event.operation) + "</code>"});
   body += "<h2>History</h2>" + history.html();
-  Table ledger({"#", "Date", "Account", "Type", "Description", "#Amount"});
+  Table ledger({"##", "Date", "Account", "Type", "Description", "#Amount"});
   for (const LedgerEntry& entry : store.ledger)
     if (entry.entryReference.ends_with("-" + payment.uniqueReference))
-      ledger.row({"#" + std::to_string(entry.sequence), esc(entry.date + " " + entry.time),
+      ledger.row({"#" + std::to_string(entry.sequence), when(entry.date, entry.time),
                   accountCell(store, entry.accno), esc(entry.type), esc(entry.description),
                   "#" + money(entry.amount, entry.currency)});
   body += "<h2>Bookings</h2>" + ledger.html();
@@ -384,7 +389,7 @@ std::string searchPage(const Store& store, const std::string& query) {
   };
   std::vector<const Account*> accounts;
   for (const auto& [accno, account] : store.accounts)
-    if (matches(accno)) accounts.push_back(&account);
+    if (matches(accno) || matches(account.userId)) accounts.push_back(&account);
   Table users({"User", "Accounts"});
   for (const auto& [userId, user] : store.users) {
     auto main = store.mainEmails.find(userId);
@@ -461,26 +466,25 @@ void registerInspectorPages(Sandbox::State& state) {
                    [](const httplib::Request&, httplib::Response& res) { res.set_redirect("/sandbox/"); });
   serve(state, "/sandbox/",
         [](const Sandbox::State& s, const httplib::Request&, int*) { return overview(s); });
-  serve(state, "/sandbox/accounts/([^/]+)",
+  serve(state, "/sandbox/accounts/(.+)",
         [](const Sandbox::State& s, const httplib::Request& req, int* status) {
           const std::string accno = req.matches[1].str();
           auto it = s.store.accounts.find(accno);
           return it == s.store.accounts.end() ? notFound("account", accno, status)
                                               : accountPage(s.store, it->second);
         });
-  serve(state, "/sandbox/payments/([^/]+)",
+  serve(state, "/sandbox/payments/(.+)",
         [](const Sandbox::State& s, const httplib::Request& req, int* status) {
           const std::string reference = req.matches[1].str();
           auto it = s.store.payments.find(reference);
           return it == s.store.payments.end() ? notFound("payment", reference, status)
                                               : paymentPage(s.store, it->second);
         });
-  serve(state, "/sandbox/users/([^/]+)",
-        [](const Sandbox::State& s, const httplib::Request& req, int* status) {
-          const std::string userId = req.matches[1].str();
-          auto it = s.store.users.find(userId);
-          return it == s.store.users.end() ? notFound("user", userId, status) : userPage(s.store, it->second);
-        });
+  serve(state, "/sandbox/users/(.+)", [](const Sandbox::State& s, const httplib::Request& req, int* status) {
+    const std::string userId = req.matches[1].str();
+    auto it = s.store.users.find(userId);
+    return it == s.store.users.end() ? notFound("user", userId, status) : userPage(s.store, it->second);
+  });
   serve(state, "/sandbox/search", [](const Sandbox::State& s, const httplib::Request& req, int*) {
     return searchPage(s.store, req.get_param_value("q"));
   });

@@ -529,7 +529,7 @@ std::unique_ptr<Storage> openDatabase(const std::string& path, std::string* erro
       return nullptr;
     }
   }
-  const int lockFd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+  const int lockFd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
   if (lockFd < 0) {
     *error = refusal(path, std::string("cannot be opened: ") + std::strerror(errno));
     return nullptr;
