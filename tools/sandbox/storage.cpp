@@ -8,6 +8,9 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <map>
+#include <optional>
+#include <vector>
 
 #include "sandbox/SandboxState.h"
 #include "sandbox/domain.h"
