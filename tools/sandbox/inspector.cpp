@@ -401,8 +401,7 @@ std::string searchPage(const Store& store, const std::string& query) {
   }
   std::vector<const Payment*> payments;
   for (const auto& [reference, payment] : store.payments)
-    if (matches(reference) || matches(text(payment.details, "partnerReference")))
-      payments.push_back(&payment);
+    if (matches(reference)) payments.push_back(&payment);
   std::string body = "<h2>Accounts</h2>" + accountsTable(store, accounts) + "<h2>Users</h2>" + users.html() +
                      "<h2>Payments</h2>" + paymentsTable(store, payments);
   return page("Search: " + query, body, query);
