@@ -5,9 +5,9 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config
   libcurl4-openssl-dev libboost-json1.81-dev libglib2.0-dev libgtkmm-4.0-dev libwebkitgtk-6.0-dev
-  libcpp-httplib-dev libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth openssl
+  libcpp-httplib-dev libsqlite3-dev libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth openssl
   xdotool  # the form tests press real keys (XTest)
-  clang
+  clang chromium
 )
 
 missing=()

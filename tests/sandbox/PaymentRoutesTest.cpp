@@ -7,57 +7,18 @@
 #include <boost/json.hpp>
 
 #include "sandbox/Sandbox.h"
+#include "support/RestCaller.h"
 
 namespace brivane::sandbox {
 namespace {
 
 namespace json = boost::json;
 
-// One user's calls over plain HTTP, as any client of the REST API would make them.
-class Caller {
- public:
-  Caller(const Sandbox& sandbox, std::string token) : sandbox_(sandbox), token_(std::move(token)) {}
-
-  /// `fields`: JSON members added to the identifying ones (for a GET, a query string).
-  json::value call(const std::string& method, const std::string& path, const std::string& fields = "") {
-    httplib::Client http(sandbox_.baseUrl());
-    http.set_bearer_token_auth(token_);
-    const std::string body = R"({"partnerReference": "T1", "programCode": "BRIVANE")" +
-                             (fields.empty() ? "" : ", " + fields) + "}";
-    httplib::Result answer = method == "GET"    ? http.Get(path + "?partnerReference=T1&programCode=BRIVANE" +
-                                                           (fields.empty() ? "" : "&" + fields))
-                             : method == "PUT"  ? http.Put(path, body, "application/json")
-                             : method == "POST" ? http.Post(path, body, "application/json")
-                                                : http.Delete(path, body, "application/json");
-    if (!answer) return json::object{{"responseCode", "no answer"}};
-    boost::system::error_code error;
-    json::value parsed = json::parse(answer->body, error);  // refuses invalid UTF-8 as well
-    if (error) return json::object{{"responseCode", "not JSON: " + answer->body.substr(0, 60)}};
-    return parsed;
-  }
-
-  std::string code(const std::string& method, const std::string& path, const std::string& fields = "") {
-    const json::value answer = call(method, path, fields);
-    const json::value* code = answer.is_object() ? answer.as_object().if_contains("responseCode") : nullptr;
-    return code != nullptr && code->is_string() ? std::string(code->as_string()) : "?";
-  }
-
- private:
-  const Sandbox& sandbox_;
-  std::string token_;
-};
-
-std::string text(const json::value& answer, const char* key) {
-  const json::value* value = answer.is_object() ? answer.as_object().if_contains(key) : nullptr;
-  return value != nullptr && value->is_string() ? std::string(value->as_string()) : "";
-}
+using Caller = test::RestCaller;
+using test::jsonText;
 
 std::string signIn(const Sandbox& sandbox, const char* user, const char* password) {
-  httplib::Client http(sandbox.baseUrl());
-  auto answer =
-      http.Post("/token", std::string("grant_type=password&username=") + user + "&password=" + password,
-                "application/x-www-form-urlencoded");
-  return answer ? text(json::parse(answer->body), "access_token") : "";
+  return jsonText(test::signIn(sandbox.baseUrl(), user, password), "access_token");
 }
 
 class SandboxRoutes : public ::testing::Test {
@@ -141,7 +102,7 @@ TEST_F(SandboxRoutes, ABalanceCannotOverflow) {
 TEST_F(SandboxRoutes, CardsCurrenciesAndCrossCurrencyTransfers) {
   const json::value init = demo.call("POST", "/account/1000000001/storedPaymentOptions/initAdd",
                                      R"("accnoType": "WALLET", "paymentOptionCode": "VISA")");
-  const std::string token = text(init, "authorizationToken");
+  const std::string token = jsonText(init, "authorizationToken");
   ASSERT_TRUE(sandbox.completeAuthorizationAsShopper(token));
   for (const char* number : {"not-a-card-x", "411111******1111", "XXXXXXXXXXXX", "4111 1111 1111 1111x"}) {
     SCOPED_TRACE(number);
@@ -208,19 +169,19 @@ TEST_F(SandboxRoutes, AnotherUserReachesNothingOfTheDemoUser) {
       demo.call("PUT", "/payment/initAuthorize", card + R"("presentationAmount": "10")");
   const json::value authorized =
       demo.call("PUT", "/payment/authorize", card + R"("presentationAmount": "20")");
-  const std::string initiated = text(opened, "uniqueReference");
-  const std::string payment = text(authorized, "uniqueReference");
-  ASSERT_TRUE(sandbox.completeAuthorizationAsShopper(text(opened, "authorizationToken")));
-  const std::string token = text(demo.call("POST", "/account/1000000001/storedPaymentOptions/initAdd",
-                                           R"("accnoType": "WALLET", "paymentOptionCode": "VISA")"),
-                                 "authorizationToken");
+  const std::string initiated = jsonText(opened, "uniqueReference");
+  const std::string payment = jsonText(authorized, "uniqueReference");
+  ASSERT_TRUE(sandbox.completeAuthorizationAsShopper(jsonText(opened, "authorizationToken")));
+  const std::string token = jsonText(demo.call("POST", "/account/1000000001/storedPaymentOptions/initAdd",
+                                               R"("accnoType": "WALLET", "paymentOptionCode": "VISA")"),
+                                     "authorizationToken");
   ASSERT_TRUE(sandbox.completeAuthorizationAsShopper(token));
   const std::string option =
-      text(demo.call("PUT", "/account/1000000001/storedPaymentOptions/completeAdd",
-                     R"("paymentOptionCode": "VISA", "carrierNumber": "4111111111111111", )"
-                     R"("authorizationToken": ")" +
-                         token + "\""),
-           "storedPaymentOptionReference");
+      jsonText(demo.call("PUT", "/account/1000000001/storedPaymentOptions/completeAdd",
+                         R"("paymentOptionCode": "VISA", "carrierNumber": "4111111111111111", )"
+                         R"("authorizationToken": ")" +
+                             token + "\""),
+               "storedPaymentOptionReference");
   ASSERT_FALSE(option.empty());
   EXPECT_EQ(demo.code("POST", "/user/demo@brivane.test/sendPasswordResetCode"), "0000");
   EXPECT_EQ(
@@ -249,7 +210,7 @@ TEST_F(SandboxRoutes, AnotherUserReachesNothingOfTheDemoUser) {
       {"POST", "/payment/" + payment + "/cancel", "", "6118"},
       {"POST", "/payment/" + initiated + "/lm-completeAuthorize", "", "6118"},
       {"POST", "/payment/" + initiated + "/completeAuthorize",
-       R"("authorizationToken": ")" + text(opened, "authorizationToken") + "\"", "6118"},
+       R"("authorizationToken": ")" + jsonText(opened, "authorizationToken") + "\"", "6118"},
       {"PUT", "/payment/authorize", card + R"("presentationAmount": "5", "accno": "1000000001")", "6119"},
       {"PUT", "/payment/initAuthorize", card + R"("presentationAmount": "5", "accno": "1000000001")", "6119"},
       {"PUT", "/payment/authorize",
@@ -265,8 +226,9 @@ TEST_F(SandboxRoutes, AnotherUserReachesNothingOfTheDemoUser) {
     EXPECT_EQ(second.code(c.method, c.path, c.fields), c.code);
   }
   // Nothing changed: the payments keep their states, the password its value, the address its owner.
-  EXPECT_EQ(text(demo.call("GET", "/payment/" + payment + "/information"), "paymentState"), "AUTHORIZED");
-  EXPECT_EQ(text(demo.call("GET", "/payment/" + initiated + "/information"), "paymentState"), "INITIATED");
+  EXPECT_EQ(jsonText(demo.call("GET", "/payment/" + payment + "/information"), "paymentState"), "AUTHORIZED");
+  EXPECT_EQ(jsonText(demo.call("GET", "/payment/" + initiated + "/information"), "paymentState"),
+            "INITIATED");
   EXPECT_FALSE(signIn(sandbox, "demo@brivane.test", "Demo-Pass-1").empty());
   EXPECT_EQ(demo.code("POST", "/account/1000000001/transfer",
                       R"("carrierNumber": "1000000002", "transferCurrCode": "EUR", "transferAmount": "1")"),

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -94,10 +95,29 @@ std::string statusLine(const std::string& answer) {
   return answer.substr(0, answer.find("\r\n"));
 }
 
+// Each case runs against a sandbox that keeps its state in memory and one that keeps it in a
+// database file: the file changes none of the figures.
+class SandboxSafety : public ::testing::TestWithParam<bool> {
+ protected:
+  SandboxOptions storage() const {
+    SandboxOptions options;
+    if (GetParam()) options.dataFile = dataFile_;
+    return options;
+  }
+  ~SandboxSafety() override {
+    for (const char* suffix : {"", "-wal", "-shm"}) std::remove((dataFile_ + suffix).c_str());
+  }
+
+ private:
+  std::string dataFile_ = "/tmp/brivane-safety-" + std::to_string(getpid()) + ".db";
+};
+INSTANTIATE_TEST_SUITE_P(Storage, SandboxSafety, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "Database" : "Memory"; });
+
 // The attacks anyone on the machine can make without a token: the sandbox answers each with a
 // refusal, keeps what it must keep bounded, and its memory stays under 100 MB through all of them.
-TEST(SandboxSafety, AttacksWithoutATokenLeaveMemoryBounded) {
-  Sandbox sandbox;
+TEST_P(SandboxSafety, AttacksWithoutATokenLeaveMemoryBounded) {
+  Sandbox sandbox(storage());
   ASSERT_TRUE(sandbox.start());
   httplib::Client http(sandbox.baseUrl());
   http.set_read_timeout(std::chrono::seconds(30));
@@ -170,8 +190,8 @@ TEST(SandboxSafety, AttacksWithoutATokenLeaveMemoryBounded) {
 
 // Clients that drip their requests byte by byte, and delayed answers, occupy the sandbox's
 // threads: its own endpoints still answer, and a request gets a whole-request deadline.
-TEST(SandboxSafety, SlowClientsAndDelaysLeaveTheSandboxsOwnEndpointsAnswering) {
-  SandboxOptions options;
+TEST_P(SandboxSafety, SlowClientsAndDelaysLeaveTheSandboxsOwnEndpointsAnswering) {
+  SandboxOptions options = storage();
   options.requestDeadline = std::chrono::seconds(2);
   Sandbox sandbox(options);
   ASSERT_TRUE(sandbox.start());

@@ -15,7 +15,7 @@ constexpr const char* kUsage =
     "commands:\n"
     "  demo       one integrator's journey through the API against the embedded sandbox\n"
     "  call       call one API operation: brivane call FAMILY OPERATION [options]\n"
-    "  sandbox    run the sandbox back end: brivane sandbox [--port N] [--host H]\n"
+    "  sandbox    run the sandbox back end: brivane sandbox [--port N] [--host H] [--data FILE]\n"
     "  style      print the CSS of a form style: brivane style css --provider N [--style FILE]\n"
     "  form       render or show the payment form: brivane form render|show [options]\n"
     "\n"

@@ -13,10 +13,12 @@
 namespace brivane::cli {
 
 int runSandbox(const std::vector<std::string>& args) {
-  constexpr const char* kUsage = "usage: brivane sandbox [--port N] [--host ADDRESS] [--program CODE]\n";
+  constexpr const char* kUsage =
+      "usage: brivane sandbox [--port N] [--host ADDRESS] [--program CODE] [--data FILE] [--reset]\n";
   ParsedOptions options;
   std::string error;
-  if (!parseOptions(args, {"help"}, &options, &error) || !options.positional.empty() || options.has("help")) {
+  if (!parseOptions(args, {"help", "reset"}, &options, &error) || !options.positional.empty() ||
+      options.has("help")) {
     if (!error.empty()) std::fprintf(stderr, "brivane sandbox: %s\n", error.c_str());
     std::fputs(kUsage, options.has("help") ? stdout : stderr);
     return options.has("help") ? 0 : 2;
@@ -35,6 +37,8 @@ int runSandbox(const std::vector<std::string>& args) {
   }
   if (auto host = options.value("host")) config.host = *host;
   if (auto program = options.value("program")) config.programCode = *program;
+  if (auto data = options.value("data")) config.dataFile = *data;
+  config.reset = options.has("reset");
 
   // SIGINT and SIGTERM end the server cleanly: a helper thread waits for them.
   sigset_t signals;
@@ -44,6 +48,10 @@ int runSandbox(const std::vector<std::string>& args) {
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
   sandbox::Sandbox server(config);
+  if (!server.error().empty()) {
+    std::fprintf(stderr, "brivane sandbox: %s\n", server.error().c_str());
+    return 1;
+  }
   if (!server.start()) {
     std::fprintf(stderr,
                  "brivane sandbox: cannot listen on %s:%d (the port is busy or the address is not local)\n",
@@ -51,8 +59,10 @@ int runSandbox(const std::vector<std::string>& args) {
     return 1;
   }
   std::printf(
-      "Sandbox listening on %s\n  program code: %s\n  user: %s  password: %s\nPress Ctrl-C to stop.\n",
-      server.baseUrl().c_str(), config.programCode.c_str(), config.userName.c_str(), config.password.c_str());
+      "Sandbox listening on %s\n  program code: %s\n  user: %s  password: %s\n  state: %s\n  "
+      "pages: %s/sandbox/\nPress Ctrl-C to stop.\n",
+      server.baseUrl().c_str(), config.programCode.c_str(), config.userName.c_str(), config.password.c_str(),
+      config.dataFile.empty() ? "in memory" : config.dataFile.c_str(), server.baseUrl().c_str());
   if (!flushOutput()) {
     server.stop();  // nobody would learn where it listens
     return 1;

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <ctime>
 #include <deque>
 #include <filesystem>
@@ -445,7 +446,6 @@ json::object Sandbox::State::successEnvelope(const json::object& params) const {
 }
 
 void Sandbox::State::seed() {
-  std::lock_guard lock(mutex);
   const std::string date = nowFormatted("%Y-%m-%d");
   const std::string time = nowFormatted("%H%M%S");
   auto open = [&](const std::string& userId, const std::string& password, const std::string& accno,
@@ -470,6 +470,52 @@ void Sandbox::State::seed() {
   store.accounts[kProgramAccno] = std::move(program);
 }
 
+void Sandbox::State::reset() {
+  store = Store{};
+  accessTokens.clear();
+  refreshTokens.clear();
+  faults.clear();
+  seed();
+}
+
+void Sandbox::State::openStorage() {
+  if (options.dataFile.empty()) {
+    storage = memoryStorage();
+    seed();
+    return;
+  }
+  storage = openDatabase(options.dataFile, &storageError);
+  const bool kept = storage && storage->load(*this, &storageError);
+  if (!storage || !storageError.empty()) {
+    storage = memoryStorage();  // the sandbox does not start; `error` says why
+    return;
+  }
+  if (!kept)
+    seed();
+  else if (options.reset)
+    reset();
+  save();
+}
+
+void Sandbox::State::settle(const httplib::Request& req) {
+  std::string date, time;
+  for (auto& [reference, payment] : store.payments) {
+    if (!payment.history.empty() && payment.history.back().state == payment.state) continue;
+    if (date.empty()) {
+      date = nowFormatted("%Y-%m-%d");
+      time = nowFormatted("%H%M%S");
+    }
+    payment.history.push_back({payment.state, req.method + " " + req.path, date, time});
+  }
+  save();
+}
+
+void Sandbox::State::save() {
+  if (std::string problem = storage->save(*this); !problem.empty())
+    std::fprintf(stderr, "brivane sandbox: the state could not be saved to '%s': %s\n",
+                 options.dataFile.c_str(), problem.c_str());
+}
+
 void Sandbox::State::configure() {
   server.set_tcp_nodelay(true);
   server.new_task_queue = [] { return new ConnectionThreads(); };
@@ -482,7 +528,10 @@ void Sandbox::State::configure() {
     if (auto fault = takeFault(req.path)) return applyFault(*fault, res);
     return httplib::Server::HandlerResponse::Unhandled;
   });
-  seed();
+  {
+    std::lock_guard lock(mutex);
+    openStorage();
+  }
   registerAuthRoutes(*this);
   registerSettingsRoutes(*this);
   registerUserRoutes(*this);
@@ -509,8 +558,22 @@ void Sandbox::State::configure() {
     }
     sendJSON(res, 200, json::object{{"messages", std::move(messages)}});
   });
-  // What arrived, body included (read only after the pre-routing handler), for tests to inspect.
-  server.set_post_routing_handler([this](const httplib::Request& req, httplib::Response&) { remember(req); });
+  // Back to the seed data, as a fresh sandbox starts: tokens and faults are forgotten too.
+  server.Post("/sandbox/reset", [this](const httplib::Request&, httplib::Response& res) {
+    std::lock_guard lock(mutex);
+    reset();
+    sendJSON(res, 200,
+             json::object{{"responseCode", kSuccessCode},
+                          {"responseDescription", "The sandbox is back to its seed data."}});
+  });
+  registerInspectorPages(*this);
+  // What arrived, body included (read only after the pre-routing handler), for tests to inspect;
+  // then, before the answer leaves, what the request changed is kept.
+  server.set_post_routing_handler([this](const httplib::Request& req, httplib::Response&) {
+    remember(req);
+    std::lock_guard lock(mutex);
+    settle(req);
+  });
   server.set_logger([this](const httplib::Request& req, const httplib::Response& res) {
     closeAfterRefusal(port, req, res);
     deadline.answered(req.remote_port);
@@ -564,6 +627,7 @@ Sandbox::~Sandbox() {
 
 bool Sandbox::start() {
   if (state_->thread.joinable()) return true;
+  if (!state_->storageError.empty()) return false;
   if (!state_->bind()) return false;
   registerProviderPages(state_->server, baseUrl(), state_.get());
   state_->routeEverythingElse();
@@ -578,6 +642,7 @@ bool Sandbox::start() {
 }
 
 bool Sandbox::listen() {
+  if (!state_->storageError.empty()) return false;
   if (!state_->bind()) return false;
   registerProviderPages(state_->server, baseUrl(), state_.get());
   state_->routeEverythingElse();
@@ -599,6 +664,10 @@ void Sandbox::stop() {
   state_->thread.join();
 }
 
+std::string Sandbox::error() const {
+  return state_->storageError;
+}
+
 int Sandbox::port() const {
   return state_->port;
 }
@@ -615,11 +684,13 @@ void Sandbox::injectFault(const std::string& pathPrefix, Fault fault, int count,
                           std::chrono::milliseconds delay) {
   std::lock_guard lock(state_->mutex);
   state_->faults.push_back({pathPrefix, fault, count, delay});
+  state_->save();
 }
 
 void Sandbox::clearFaults() {
   std::lock_guard lock(state_->mutex);
   state_->faults.clear();
+  state_->save();
 }
 
 bool Sandbox::completeAuthorizationAsShopper(const std::string& token, bool approve) {
@@ -628,6 +699,7 @@ bool Sandbox::completeAuthorizationAsShopper(const std::string& token, bool appr
   if (it == state_->store.authorizations.end()) return false;
   it->second.completedByShopper = approve;
   it->second.declined = !approve;
+  state_->save();
   return true;
 }
 
@@ -637,7 +709,10 @@ std::int64_t Sandbox::balance(const std::string& accno) const {
 }
 
 std::string Sandbox::issueAccessToken() {
-  return state_->issueTokens(state_->options.userName).first;
+  std::string token = state_->issueTokens(state_->options.userName).first;
+  std::lock_guard lock(state_->mutex);
+  state_->save();
+  return token;
 }
 
 std::string Sandbox::lastBody(const std::string& path) const {

@@ -31,6 +31,10 @@ struct SandboxOptions {
   /// How long one request may take from its first byte to its answer, not counting a `delay`
   /// fault's delay; a client still sending then is cut off.
   std::chrono::milliseconds requestDeadline = std::chrono::seconds(10);
+  /// The SQLite database that keeps the state across restarts ("" keeps it in memory only).
+  std::string dataFile;
+  /// Starts from the seed data, forgetting what `dataFile` kept.
+  bool reset = false;
 };
 
 /// The platform's REST back end in miniature: in-memory state, the platform's error forms and
@@ -45,12 +49,15 @@ class Sandbox {
   Sandbox& operator=(const Sandbox&) = delete;
 
   /// Binds and serves on a background thread; returns once the port accepts connections.
-  /// False when the address cannot be bound.
+  /// False when the address cannot be bound or the data file cannot be used (see `error`).
   bool start();
   /// Binds and serves on the calling thread until `stop` (for `brivane sandbox`).
   bool listen();
   /// Stops serving; pending delayed answers are cut short. Idempotent.
   void stop();
+
+  /// Why the data file cannot be used ("" when it can, or when there is none).
+  std::string error() const;
 
   int port() const;
   /// "http://host:port", without a trailing slash.

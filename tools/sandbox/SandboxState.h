@@ -21,6 +21,7 @@
 
 #include "sandbox/Sandbox.h"
 #include "sandbox/SandboxStore.h"
+#include "sandbox/storage.h"
 
 namespace brivane::sandbox {
 
@@ -44,6 +45,8 @@ struct PendingFault {
   Fault fault;
   int remaining;
   std::chrono::milliseconds delay;
+
+  bool operator==(const PendingFault&) const = default;
 };
 
 /// What the last request to a path carried, for tests to inspect. The sandbox keeps at most
@@ -117,6 +120,10 @@ struct Sandbox::State {
   RequestDeadline deadline;
   std::mt19937_64 random{std::random_device{}()};
   Store store;
+  /// Where the state is kept beyond memory; brought up to date after every request.
+  std::unique_ptr<Storage> storage;
+  /// Why the storage could not be opened or read ("" when it could): the sandbox does not start.
+  std::string storageError;
 
   std::string baseUrl() const { return "http://" + options.host + ":" + std::to_string(port.load()); }
 
@@ -136,8 +143,18 @@ struct Sandbox::State {
   /// The common fields of every successful answer, echoing the call's parameters.
   json::object successEnvelope(const json::object& params) const;
 
-  /// The users, accounts and opening balances every sandbox starts with.
+  /// The users, accounts and opening balances every sandbox starts with. Needs the lock.
   void seed();
+  /// Forgets everything (tokens and faults included) and starts again from the seed data. Needs
+  /// the lock.
+  void reset();
+  /// Opens the storage of `options.dataFile` (memory when none) and loads it, or seeds.
+  void openStorage();
+  /// After a request, with the lock: records the payments' new states in their histories, then
+  /// brings the storage up to date.
+  void settle(const httplib::Request& req);
+  /// Brings the storage up to date with the state. Needs the lock.
+  void save();
   void configure();
   void routeEverythingElse();
   bool bind();
@@ -173,6 +190,8 @@ void registerSettingsRoutes(Sandbox::State& state);
 void registerUserRoutes(Sandbox::State& state);
 void registerAccountRoutes(Sandbox::State& state);
 void registerPaymentRoutes(Sandbox::State& state);
+/// The read-only pages at "/sandbox/" that show the sandbox's state to a developer.
+void registerInspectorPages(Sandbox::State& state);
 
 /// Adds the stand-in provider pages (card widget, PayPal button, form service, PayU) to `server`,
 /// whose own base URL is `baseUrl`. With a sandbox's `state` the pages are tied to its ledger;

@@ -18,6 +18,8 @@ namespace brivane::sandbox {
 struct SecondaryEmail {
   std::string emailAddress;
   bool isEmailVerified = false;
+
+  bool operator==(const SecondaryEmail&) const = default;
 };
 
 /// A user of the platform. The user id is the login name used at "/token" (its main e-mail).
@@ -26,6 +28,8 @@ struct User {
   std::string password;
   std::vector<SecondaryEmail> secondaryEmails;
   std::vector<std::string> accnos;  ///< the accounts the user holds
+
+  bool operator==(const User&) const = default;
 };
 
 /// One line of an account's statement. Amounts are in minor units (cents) of `currency`.
@@ -40,12 +44,16 @@ struct LedgerEntry {
   std::string date;            ///< "yyyy-MM-dd" (local time of the sandbox)
   std::string time;            ///< "HHmmss"
   std::uint64_t sequence = 0;  ///< order of booking
+
+  bool operator==(const LedgerEntry&) const = default;
 };
 
 /// A device bound to an account (by type and client identifier).
 struct Device {
   std::string deviceType;
   std::string clientId;
+
+  bool operator==(const Device&) const = default;
 };
 
 /// An account of the platform.
@@ -60,6 +68,8 @@ struct Account {
   std::string pendingMtan;  ///< the last mTAN texted and not yet used ("" when none)
   bool mobilePhoneVerified = false;
   std::string paymentAccessCode = "2468";
+
+  bool operator==(const Account&) const = default;
 };
 
 /// A payment option stored on an account (a card or a bank account).
@@ -72,6 +82,18 @@ struct StoredPaymentOption {
   boost::json::object details;     ///< masked number, expiry, holder, IBAN, mandate, ...
   std::string verificationCode;    ///< the code of a verification in progress ("" when none)
   std::string authorizationToken;  ///< the token it was announced with
+
+  bool operator==(const StoredPaymentOption&) const = default;
+};
+
+/// A state a payment reached, and the call that took it there.
+struct PaymentEvent {
+  std::string state;
+  std::string operation;  ///< the request's method and path, e.g. "POST /payment/capture"
+  std::string date;       ///< "yyyy-MM-dd" (local time of the sandbox)
+  std::string time;       ///< "HHmmss"
+
+  bool operator==(const PaymentEvent&) const = default;
 };
 
 /// A payment opened by initAuthorize or made directly by authorize / payToAccount.
@@ -83,7 +105,10 @@ struct Payment {
   std::int64_t amount = 0;  ///< minor units
   std::int64_t capturedAmount = 0;
   std::string currency;
-  boost::json::object details;  ///< what the opening request carried, as stored
+  boost::json::object details;        ///< what the opening request carried, as stored
+  std::vector<PaymentEvent> history;  ///< every state it reached, oldest first
+
+  bool operator==(const Payment&) const = default;
 };
 
 /// What a payment page is rendered with: the token names one pending payment or stored payment
@@ -101,6 +126,8 @@ struct Authorization {
   /// Where the form service sends the shopper back (the host's redirectURL of the opening
   /// request); "" sends them to the sandbox's "/providers/return".
   std::string redirectURL;
+
+  bool operator==(const Authorization&) const = default;
 };
 
 /// A message the platform would have sent (mail or text): password-reset codes, mTANs,
@@ -110,6 +137,8 @@ struct OutboxMessage {
   std::string kind;  ///< "passwordReset", "mtan", "verifyPaymentOption", ...
   std::string code;
   std::string text;
+
+  bool operator==(const OutboxMessage&) const = default;
 };
 
 /// Seed data every sandbox starts with (documented in the README's "Sandbox test data").
