@@ -17,6 +17,7 @@
 #include "brivane/api/core/QPApiClientSetting.h"
 #include "brivane/api/core/QPError.h"
 #include "brivane/api/core/QPURLQueryItem.h"
+#include "brivane/platform/QPHttpClient.h"
 
 namespace brivane {
 
@@ -47,10 +48,11 @@ using QPFormParams = std::vector<std::pair<std::string, std::string>>;
 
 /// The one place where the API client talks HTTP.
 ///
-/// Composes the absolute URL from the base URL and the components, adds the bearer token, the
-/// standard headers and the identifying parameters ("partnerReference", "programCode"), sends the
-/// request through the SDK's networking (libcurl's multi interface, driven from the default main
-/// context), maps failed answers to a `QPError` and parses JSON.
+/// Every call runs through one ordered pipeline of steps: authorise (the bearer token), identify
+/// ("partnerReference", "programCode"), encode (the absolute URL from the base URL and the
+/// components, the standard headers, the body), send (through the `QPHttpClient`: by default the
+/// SDK's networking, libcurl's multi interface driven from the default main context) and map
+/// (failed answers to a `QPError`, successful ones to JSON).
 ///
 /// Thread rules: the load operations may be called from any thread and return at once; requests
 /// progress while the default main context runs. The completion runs exactly once, never on the
@@ -107,15 +109,16 @@ class BRIVANE_API QPTransportLayer : public std::enable_shared_from_this<QPTrans
   /// `QPClientErrorBodyTooLarge`. Set before requests start.
   std::size_t maximumResponseSize() const { return maximumResponseSize_; }
   void setMaximumResponseSize(std::size_t bytes) { maximumResponseSize_ = bytes; }
+  /// The sending step (nil: the SDK's own networking). Set before requests start.
+  const std::shared_ptr<QPHttpClient>& httpClient() const { return httpClient_; }
+  void setHttpClient(std::shared_ptr<QPHttpClient> client) { httpClient_ = std::move(client); }
 
  private:
-  struct Outgoing;
-  void start(Outgoing outgoing, Completion completion);
-
   std::shared_ptr<QPAccessTokenProvider> accessTokenProvider_;
   std::shared_ptr<QPApiClientSettingsInterface> setting_;
   std::chrono::milliseconds timeout_ = kDefaultTimeout;
   std::size_t maximumResponseSize_ = kDefaultMaximumResponseSize;
+  std::shared_ptr<QPHttpClient> httpClient_;
 };
 
 }  // namespace brivane
