@@ -1,7 +1,14 @@
 #include "api/core/QPPipeline.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cctype>
+#include <charconv>
+#include <chrono>
+#include <cmath>
 #include <exception>
+#include <random>
+#include <stop_token>
 #include <string_view>
 #include <utility>
 
@@ -9,6 +16,7 @@
 #include "api/core/QPFields.h"
 #include "api/core/QPJSONParse.h"
 #include "brivane/util/QPUtils.h"
+#include "platform/linux/QPMainContext.h"
 #include "platform/linux/QPNetworkEngine.h"
 
 namespace brivane::pipeline {
@@ -211,6 +219,205 @@ class Send final : public Step {
   }
 };
 
+using Clock = std::chrono::steady_clock;
+
+std::chrono::milliseconds since(Clock::time_point start) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+}
+
+// Runs a listener's method; what it throws is logged and dropped.
+void tell(const std::shared_ptr<QPCallListener>& listener, void (QPCallListener::*event)(const QPCallInfo&),
+          const QPCallInfo& info) {
+  platform::runGuarded([&] { ((*listener).*event)(info); }, "a call listener");
+}
+
+// watch the call: the listener hears of its start and its end. What it is told holds no
+// identifier, value, token, header value or body: the path template, and errors reduced to
+// domain and code (an answer's error, whose domain is the request URL, names the base URL and
+// the template instead).
+class WatchCall final : public Step {
+ public:
+  void process(const std::shared_ptr<Exchange>& exchange, const Next& next, Done done) const override {
+    std::shared_ptr<QPCallListener> listener = exchange->options.listener;
+    if (!listener) return next(exchange, std::move(done));
+    QPCallInfo info;
+    info.method = exchange->request.method;
+    info.pathTemplate = exchange->components.pathTemplate.value_or(exchange->components.path.value_or(""));
+    std::string answerDomain;
+    if (const auto& setting = exchange->transport->setting(); setting && setting->urlStr()) {
+      std::string_view base = *setting->urlStr();
+      if (base.ends_with('/') && info.pathTemplate.starts_with('/')) base.remove_suffix(1);
+      answerDomain = errors::withoutUserinfo(base) + info.pathTemplate;
+    }
+    tell(listener, &QPCallListener::onCallStarted, info);
+    next(exchange, [exchange, listener, info = std::move(info), answerDomain = std::move(answerDomain),
+                    start = Clock::now(), done = std::move(done)](Outcome outcome) mutable {
+      info.attempt = exchange->attempts;
+      info.duration = since(start);
+      if (outcome.result && outcome.result->answered()) info.status = outcome.result->status;
+      if (outcome.error) {
+        const std::string& domain = outcome.error->domain();
+        info.error = QPError(domain.starts_with("brivane.") ? domain : answerDomain, outcome.error->code(),
+                             std::nullopt);
+      }
+      tell(listener, &QPCallListener::onCallFinished, info);
+      done(std::move(outcome));
+    });
+  }
+};
+
+// cancel: a stopped call completes once, with `brivane.client` 7, and sends nothing more; the
+// client hears of the stop through the request and ends its transfer. Whichever comes first,
+// the answer or the stop, is what the call completes with.
+class Cancel final : public Step {
+ public:
+  void process(const std::shared_ptr<Exchange>& exchange, const Next& next, Done done) const override {
+    const std::stop_token& stop = exchange->options.stop;
+    if (!stop.stop_possible()) return next(exchange, std::move(done));
+    if (stop.stop_requested()) return done(Outcome::failure(errors::cancelled()));
+    exchange->request.stop = stop;
+    auto state = std::make_shared<State>();
+    state->done = std::move(done);
+    std::function<void()> onStop = [weak = std::weak_ptr<State>(state)] {
+      std::shared_ptr<State> stopped = weak.lock();
+      if (!stopped || !stopped->claim()) return;
+      // On the thread that stopped: the completion goes to the main context.
+      platform::NetworkEngine::shared()->dispatch(
+          [stopped] { stopped->finish(Outcome::failure(errors::cancelled())); });
+    };
+    state->onStop = std::make_unique<std::stop_callback<std::function<void()>>>(stop, std::move(onStop));
+    next(exchange, [state](Outcome outcome) {
+      if (state->claim()) state->finish(std::move(outcome));
+    });
+  }
+
+ private:
+  struct State {
+    std::atomic<bool> settled{false};
+    Done done;
+    std::unique_ptr<std::stop_callback<std::function<void()>>> onStop;
+
+    bool claim() { return !settled.exchange(true, std::memory_order_acq_rel); }
+    void finish(Outcome outcome) {
+      onStop.reset();  // waits for a stop running on another thread, which finds the call settled
+      Done finished = std::move(done);
+      finished(std::move(outcome));
+    }
+  };
+};
+
+// retry: tries a failed attempt again, by the call's policy, and hands up the last attempt's
+// result only.
+class Retry final : public Step {
+ public:
+  void process(const std::shared_ptr<Exchange>& exchange, const Next& next, Done done) const override {
+    const std::optional<QPRetryPolicy>& policy = exchange->options.retry;
+    if (!policy || policy->maxAttempts <= 1 ||
+        (exchange->request.method != "GET" && !policy->retryNonIdempotent))
+      return next(exchange, std::move(done));
+    auto state = std::make_shared<State>(State{exchange, next, std::move(done), *policy, Clock::now()});
+    attempt(state);
+  }
+
+ private:
+  struct State {
+    std::shared_ptr<Exchange> exchange;
+    Next next;
+    Done done;
+    QPRetryPolicy policy;
+    Clock::time_point start;
+    int made = 0;
+  };
+
+  static void attempt(const std::shared_ptr<State>& state) {
+    ++state->made;
+    state->next(state->exchange, [state](Outcome outcome) {
+      std::optional<std::chrono::milliseconds> wait = waitBeforeNext(*state, outcome);
+      if (!wait) return state->done(std::move(outcome));
+      platform::NetworkEngine::shared()->after(*wait, [state] {
+        // Stopped meanwhile: the cancel step has completed the call; nothing more is sent.
+        if (state->exchange->request.stop.stop_requested())
+          return state->done(Outcome::failure(errors::cancelled()));
+        attempt(state);
+      });
+    });
+  }
+
+  static bool retryable(const QPHttpResult& result) {
+    if (result.stop != QPHttpResult::Stop::None) return false;
+    if (!result.answered()) {
+      for (int code : {6, 7, 28, 52, 56})
+        if (result.code == code) return true;
+      return false;
+    }
+    for (long status : {408L, 429L, 500L, 502L, 503L, 504L})
+      if (result.status == status) return true;
+    return false;
+  }
+
+  // "Retry-After" in seconds; nil when absent or not a number of seconds.
+  static std::optional<std::chrono::milliseconds> retryAfter(const QPHttpResult& result) {
+    for (const auto& [name, value] : result.headers) {
+      if (name.size() != 11 || !std::equal(name.begin(), name.end(), "retry-after", [](char a, char b) {
+            return std::tolower(static_cast<unsigned char>(a)) == b;
+          }))
+        continue;
+      long long seconds = -1;
+      auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), seconds);
+      if (ec != std::errc() || end != value.data() + value.size() || seconds < 0) return std::nullopt;
+      return std::chrono::milliseconds(std::min<long long>(seconds, 1LL << 30) * 1000);
+    }
+    return std::nullopt;
+  }
+
+  static std::optional<std::chrono::milliseconds> waitBeforeNext(const State& state, const Outcome& outcome) {
+    const QPRetryPolicy& policy = state.policy;
+    if (state.made >= policy.maxAttempts || !outcome.result || !retryable(*outcome.result) ||
+        state.exchange->request.stop.stop_requested())
+      return std::nullopt;
+    std::chrono::milliseconds wait;
+    if (std::optional<std::chrono::milliseconds> asked = retryAfter(*outcome.result)) {
+      wait = std::min(*asked, policy.maxBackoff);
+    } else {
+      double ceiling = static_cast<double>(policy.initialBackoff.count()) *
+                       std::pow(std::max(policy.multiplier, 1.0), state.made - 1);
+      ceiling = std::min(ceiling, static_cast<double>(policy.maxBackoff.count()));
+      thread_local std::mt19937_64 random{std::random_device{}()};
+      wait = std::chrono::milliseconds(static_cast<long long>(
+          std::uniform_real_distribution<double>(0.0, std::max(ceiling, 0.0))(random)));
+    }
+    if (since(state.start) + wait > policy.maxTotal) return std::nullopt;
+    return wait;
+  }
+};
+
+// watch the attempt: the listener hears of each attempt's end, its status or networking error.
+class WatchAttempt final : public Step {
+ public:
+  void process(const std::shared_ptr<Exchange>& exchange, const Next& next, Done done) const override {
+    ++exchange->attempts;
+    std::shared_ptr<QPCallListener> listener = exchange->options.listener;
+    if (!listener) return next(exchange, std::move(done));
+    QPCallInfo info;
+    info.method = exchange->request.method;
+    info.pathTemplate = exchange->components.pathTemplate.value_or(exchange->components.path.value_or(""));
+    info.attempt = exchange->attempts;
+    next(exchange, [listener, info = std::move(info), start = Clock::now(),
+                    done = std::move(done)](Outcome outcome) mutable {
+      info.duration = since(start);
+      if (outcome.result) {
+        if (outcome.result->answered()) {
+          info.status = outcome.result->status;
+        } else if (std::optional<QPError> failed = errors::fromNetwork(*outcome.result)) {
+          info.error = QPError(failed->domain(), failed->code(), std::nullopt);
+        }
+      }
+      tell(listener, &QPCallListener::onAttempt, info);
+      done(std::move(outcome));
+    });
+  }
+};
+
 }  // namespace
 
 void Next::operator()(const std::shared_ptr<Exchange>& exchange, Done done) const {
@@ -232,10 +439,14 @@ void Pipeline::run(const std::shared_ptr<Exchange>& exchange, Done done) const {
 std::shared_ptr<const Pipeline> Pipeline::standard() {
   static const std::shared_ptr<const Pipeline> pipeline = [] {
     Steps steps;
+    steps.push_back(std::make_unique<WatchCall>());
     steps.push_back(std::make_unique<Authorise>());
     steps.push_back(std::make_unique<Identify>());
     steps.push_back(std::make_unique<Encode>());
+    steps.push_back(std::make_unique<Cancel>());
     steps.push_back(std::make_unique<Map>());
+    steps.push_back(std::make_unique<Retry>());
+    steps.push_back(std::make_unique<WatchAttempt>());
     steps.push_back(std::make_unique<Send>());
     return std::make_shared<const Pipeline>(std::move(steps));
   }();

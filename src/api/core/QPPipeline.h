@@ -13,6 +13,7 @@
 
 #include <boost/json.hpp>
 
+#include "brivane/api/core/QPCallOptions.h"
 #include "brivane/api/core/QPError.h"
 #include "brivane/api/core/QPTransportLayer.h"
 #include "brivane/platform/QPHttpClient.h"
@@ -35,10 +36,13 @@ struct Exchange {
   const QPTransportLayer* transport = nullptr;
   std::weak_ptr<const QPTransportLayer> owner;
   std::shared_ptr<QPHttpClient> client;
+  // The call's options, read once when it starts: the transport's, overridden by the scope's.
+  QPCallOptions options;
 
   // Built by the steps.
   boost::json::object identifying;  // "partnerReference" and "programCode"
   QPHttpRequest request;
+  int attempts = 0;  // made so far
 };
 
 /// What comes back up: the client's result of the last exchange (when one was made), and the
@@ -87,7 +91,8 @@ class Pipeline {
   /// Runs `exchange` through every step; `done` runs exactly once, never before this returns.
   void run(const std::shared_ptr<Exchange>& exchange, Done done) const;
 
-  /// The transport's steps, in order: authorise, identify, encode, map, send.
+  /// The transport's steps, in order: watch the call, authorise, identify, encode, cancel, map,
+  /// retry, watch the attempt, send. A step whose option is unset hands on untouched.
   static std::shared_ptr<const Pipeline> standard();
 
  private:

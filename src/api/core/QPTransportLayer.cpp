@@ -66,7 +66,10 @@ void runPipeline(const QPTransportLayer& transport, std::shared_ptr<pipeline::Ex
   exchange->transport = &transport;
   exchange->owner = transport.weak_from_this();
   exchange->client = transport.httpClient() ? transport.httpClient() : platform::NetworkEngine::shared();
-  exchange->request.timeout = transport.timeoutInterval();
+  exchange->options = transport.callOptions();
+  if (const QPCallOptions* scoped = QPCallOptionsScope::current())
+    exchange->options = exchange->options.overriddenBy(*scoped);
+  exchange->request.timeout = exchange->options.timeout.value_or(transport.timeoutInterval());
   exchange->request.maximumResponseSize = transport.maximumResponseSize();
   pipeline::Pipeline::standard()->run(exchange,
                                       [completion = std::move(completion)](pipeline::Outcome outcome) {

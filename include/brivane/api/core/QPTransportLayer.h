@@ -15,6 +15,7 @@
 #include "brivane/QPExport.h"
 #include "brivane/api/core/QPAccessTokenProvider.h"
 #include "brivane/api/core/QPApiClientSetting.h"
+#include "brivane/api/core/QPCallOptions.h"
 #include "brivane/api/core/QPError.h"
 #include "brivane/api/core/QPURLQueryItem.h"
 #include "brivane/platform/QPHttpClient.h"
@@ -26,6 +27,9 @@ struct BRIVANE_API QPURLComponents {
   std::optional<std::string> path;
   /// Nil: the URL has no query. Set (even empty): the transport appends its identifying items.
   std::optional<std::vector<QPURLQueryItem>> queryItems;
+  /// The path with its identifiers as names ("/account/{accno}/balance"), as listeners are
+  /// told it; nil: the path itself.
+  std::optional<std::string> pathTemplate = std::nullopt;
 
   /// The decoded query text ("a=1&b=2"), nil without query items.
   std::optional<std::string> query() const;
@@ -109,6 +113,10 @@ class BRIVANE_API QPTransportLayer : public std::enable_shared_from_this<QPTrans
   /// `QPClientErrorBodyTooLarge`. Set before requests start.
   std::size_t maximumResponseSize() const { return maximumResponseSize_; }
   void setMaximumResponseSize(std::size_t bytes) { maximumResponseSize_ = bytes; }
+  /// Options of every call; those of a `QPCallOptionsScope` in force when a call starts override
+  /// them. Set before requests start.
+  const QPCallOptions& callOptions() const { return callOptions_; }
+  void setCallOptions(QPCallOptions options) { callOptions_ = std::move(options); }
   /// The sending step (nil: the SDK's own networking). Set before requests start.
   const std::shared_ptr<QPHttpClient>& httpClient() const { return httpClient_; }
   void setHttpClient(std::shared_ptr<QPHttpClient> client) { httpClient_ = std::move(client); }
@@ -119,6 +127,7 @@ class BRIVANE_API QPTransportLayer : public std::enable_shared_from_this<QPTrans
   std::chrono::milliseconds timeout_ = kDefaultTimeout;
   std::size_t maximumResponseSize_ = kDefaultMaximumResponseSize;
   std::shared_ptr<QPHttpClient> httpClient_;
+  QPCallOptions callOptions_;
 };
 
 }  // namespace brivane
