@@ -402,7 +402,7 @@ class WatchAttempt final : public Step {
     info.method = exchange->request.method;
     info.pathTemplate = exchange->components.pathTemplate.value_or(exchange->components.path.value_or(""));
     info.attempt = exchange->attempts;
-    next(exchange, [listener, info = std::move(info), start = Clock::now(),
+    next(exchange, [listener, info = std::move(info), start = Clock::now(), stop = exchange->request.stop,
                     done = std::move(done)](Outcome outcome) mutable {
       info.duration = since(start);
       if (outcome.result) {
@@ -412,7 +412,8 @@ class WatchAttempt final : public Step {
           info.error = QPError(failed->domain(), failed->code(), std::nullopt);
         }
       }
-      tell(listener, &QPCallListener::onAttempt, info);
+      // An attempt cut by the call's stop is not reported: the call has finished already.
+      if (!stop.stop_requested()) tell(listener, &QPCallListener::onAttempt, info);
       done(std::move(outcome));
     });
   }

@@ -54,7 +54,8 @@ class BRIVANE_API QPCallListener {
  public:
   virtual ~QPCallListener();
   virtual void onCallStarted(const QPCallInfo& info);
-  /// After each attempt, with its status (or error) and duration.
+  /// After each attempt, with its status (or error) and duration; not for an attempt cut by the
+  /// call's stop.
   virtual void onAttempt(const QPCallInfo& info);
   virtual void onCallFinished(const QPCallInfo& info);
 };
