@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <exception>
+#include <mutex>
 #include <random>
 #include <stop_token>
 #include <string_view>
@@ -285,7 +286,11 @@ class Cancel final : public Step {
       platform::NetworkEngine::shared()->dispatch(
           [stopped] { stopped->finish(Outcome::failure(errors::cancelled())); });
     };
-    state->onStop = std::make_unique<std::stop_callback<std::function<void()>>>(stop, std::move(onStop));
+    {
+      // A stop on another thread may finish the call before the callback is stored.
+      std::lock_guard lock(state->mutex);
+      state->onStop = std::make_unique<std::stop_callback<std::function<void()>>>(stop, std::move(onStop));
+    }
     next(exchange, [state](Outcome outcome) {
       if (state->claim()) state->finish(std::move(outcome));
     });
@@ -295,11 +300,17 @@ class Cancel final : public Step {
   struct State {
     std::atomic<bool> settled{false};
     Done done;
+    std::mutex mutex;  // guards `onStop`
     std::unique_ptr<std::stop_callback<std::function<void()>>> onStop;
 
     bool claim() { return !settled.exchange(true, std::memory_order_acq_rel); }
     void finish(Outcome outcome) {
-      onStop.reset();  // waits for a stop running on another thread, which finds the call settled
+      std::unique_ptr<std::stop_callback<std::function<void()>>> ending;
+      {
+        std::lock_guard lock(mutex);
+        ending = std::move(onStop);
+      }
+      ending.reset();  // waits for a stop running on another thread, which finds the call settled
       Done finished = std::move(done);
       finished(std::move(outcome));
     }

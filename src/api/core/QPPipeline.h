@@ -4,6 +4,7 @@
 // it, retry it, watch it). A step may end the call itself by completing without handing on.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -42,7 +43,7 @@ struct Exchange {
   // Built by the steps.
   boost::json::object identifying;  // "partnerReference" and "programCode"
   QPHttpRequest request;
-  int attempts = 0;  // made so far
+  std::atomic<int> attempts{0};  // made so far (read where the call finishes)
 };
 
 /// What comes back up: the client's result of the last exchange (when one was made), and the
