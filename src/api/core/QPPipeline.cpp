@@ -212,7 +212,8 @@ class Map final : public Step {
 class Send final : public Step {
  public:
   void process(const std::shared_ptr<Exchange>& exchange, const Next&, Done done) const override {
-    exchange->client->send(exchange->request, [done = std::move(done)](QPHttpResult result) {
+    QPHttpRequest request = exchange->resent ? exchange->request : std::move(exchange->request);
+    exchange->client->send(std::move(request), [done = std::move(done)](QPHttpResult result) {
       Outcome outcome;
       outcome.result = std::move(result);
       done(std::move(outcome));
@@ -326,6 +327,7 @@ class Retry final : public Step {
     if (!policy || policy->maxAttempts <= 1 ||
         (exchange->request.method != "GET" && !policy->retryNonIdempotent))
       return next(exchange, std::move(done));
+    exchange->resent = true;
     auto state = std::make_shared<State>(State{exchange, next, std::move(done), *policy, Clock::now()});
     attempt(state);
   }
@@ -439,13 +441,12 @@ void Next::operator()(const std::shared_ptr<Exchange>& exchange, Done done) cons
 void Pipeline::run(const std::shared_ptr<Exchange>& exchange, Done done) const {
   // A call that ends while the steps still run on the caller's thread (refused before sending,
   // or a client that answers at once) completes later, on the main context.
-  auto returned = std::make_shared<std::atomic<bool>>(false);
-  Next(steps_, 0)(exchange, [returned, done = std::move(done)](Outcome outcome) mutable {
-    if (returned->load(std::memory_order_acquire)) return done(std::move(outcome));
+  Next(steps_, 0)(exchange, [exchange, done = std::move(done)](Outcome outcome) mutable {
+    if (exchange->started.load(std::memory_order_acquire)) return done(std::move(outcome));
     platform::NetworkEngine::shared()->dispatch(
         [done = std::move(done), outcome = std::move(outcome)]() mutable { done(std::move(outcome)); });
   });
-  returned->store(true, std::memory_order_release);
+  exchange->started.store(true, std::memory_order_release);
 }
 
 std::shared_ptr<const Pipeline> Pipeline::standard() {

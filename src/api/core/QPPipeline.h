@@ -43,7 +43,9 @@ struct Exchange {
   // Built by the steps.
   boost::json::object identifying;  // "partnerReference" and "programCode"
   QPHttpRequest request;
-  std::atomic<int> attempts{0};  // made so far (read where the call finishes)
+  std::atomic<int> attempts{0};      // made so far (read where the call finishes)
+  bool resent = false;               // a step may send `request` again (else the send step takes it)
+  std::atomic<bool> started{false};  // the pipeline's run has returned to the caller
 };
 
 /// What comes back up: the client's result of the last exchange (when one was made), and the
