@@ -3,7 +3,7 @@
 # may hold the public classes and functions only (BRIVANE_API).
 #   bash scripts/check-exports.sh LIBRARY...
 set -euo pipefail
-internal='brivane::(platform|fields|bundle|csstext|detail)::|brivane::QPFieldList|\(anonymous namespace\)|CustomWebView|FormEngineWarmUp|ScripMessageHandlerMediator|CompletionScope|parseJSON'
+internal='brivane::(platform|fields|bundle|csstext|detail|pipeline|errors)::|brivane::QPFieldList|\(anonymous namespace\)|CustomWebView|FormEngineWarmUp|ScripMessageHandlerMediator|CompletionScope|parseJSON'
 status=0
 for library in "$@"; do
   exported=$(nm -D --defined-only -C "$library")

@@ -16,6 +16,7 @@ trap cleanup EXIT
 prefix="$work/prefix"
 cmake --install "$build" --prefix "$prefix" > "$work/install.log"
 for file in bin/brivane bin/brivane-form include/brivane/api/core/QPApiProvider.h include/brivane/form/QPPaymentForm.h \
+            include/brivane/testing/QPFakeHttpClient.h include/brivane/api/core/QPCallOptions.h \
             lib/cmake/BrivaneSDK/BrivaneSDKConfig.cmake lib/cmake/BrivaneSDK/BrivaneSDKConfigVersion.cmake \
             lib/pkgconfig/brivane-sdk.pc lib/pkgconfig/brivane-sdk-form.pc lib/BrivaneSDK.bundle/payon_form.html \
             lib/libBrivaneSDK.so.9 lib/libBrivaneSDKForm.so.9; do
@@ -23,7 +24,7 @@ for file in bin/brivane bin/brivane-form include/brivane/api/core/QPApiProvider.
 done
 echo "installed: $(find "$prefix" -type f | wc -l) files"
 
-for example in api_host form_host; do
+for example in api_host form_host host_unit_test; do
   cmake -S "$source_dir/examples/$example" -B "$work/$example" -DCMAKE_PREFIX_PATH="$prefix" > "$work/$example.log"
   cmake --build "$work/$example" >> "$work/$example.log" || { cat "$work/$example.log"; exit 1; }
   echo "built: $example (find_package)"
@@ -47,6 +48,9 @@ base=$(sed -n 's/^Sandbox listening on //p' "$work/sandbox.out")
 [[ -n "$base" ]] || { echo "the installed sandbox did not start"; cat "$work/sandbox.out"; exit 1; }
 
 "$work/api_host/api_host" "$base"
+"$work/host_unit_test/checkout_test" --gtest_brief=1 > "$work/checkout_test.out" ||
+  { echo "host_unit_test failed"; cat "$work/checkout_test.out"; exit 1; }
+echo "ran: host_unit_test (fake HTTP client)"
 FORM_HOST_EXIT_ON_LOAD=1 timeout 60 xvfb-run -a "$work/form_host/form_host" "$base" 2> "$work/form_host.err" ||
   { echo "form_host failed"; cat "$work/form_host.err"; exit 1; }
 echo "install check passed"

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/platform/QPMainQueue.h"
@@ -38,6 +39,31 @@ struct Captured {
   bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
     return QPMainQueue::runUntil([this] { return calls > 0; }, timeout);
   }
+};
+
+/// Hears every event of the calls it watches and keeps each as one line of text.
+class RecordingListener : public QPCallListener {
+ public:
+  void onCallStarted(const QPCallInfo& info) override { add("started", info); }
+  void onAttempt(const QPCallInfo& info) override { add("attempt", info); }
+  void onCallFinished(const QPCallInfo& info) override { add("finished", info); }
+
+  /// "event method pathTemplate attempt status error", one per event, in order.
+  std::vector<std::string> lines() {
+    std::lock_guard lock(mutex_);
+    return lines_;
+  }
+
+ private:
+  void add(const char* event, const QPCallInfo& info) {
+    std::string line = std::string(event) + " " + info.method + " " + info.pathTemplate + " " +
+                       std::to_string(info.attempt) + " " + std::to_string(info.status) + " " +
+                       (info.error ? info.error->toString() : "-");
+    std::lock_guard lock(mutex_);
+    lines_.push_back(std::move(line));
+  }
+  std::mutex mutex_;
+  std::vector<std::string> lines_;
 };
 
 /// A started sandbox with a provider configured for it (and, on request, a valid token).

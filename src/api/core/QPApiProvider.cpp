@@ -8,6 +8,9 @@ namespace brivane {
 QPApiProvider::QPApiProvider(QPApiProviderOption apiOption) : apiOption_(std::move(apiOption)) {
   apiClientSetting_ = createClientSettingFromOption(apiOption_);
   apiClientModule_ = std::make_shared<QPApiClientModule>(apiOption_.accessTokenProvider, apiClientSetting_);
+  const std::shared_ptr<QPTransportLayer>& transport = apiClientModule_->transportLayer();
+  transport->setCallOptions(apiOption_.callOptions);
+  transport->setHttpClient(apiOption_.httpClient);
 }
 
 std::shared_ptr<QPApiClientSetting> QPApiProvider::createClientSettingFromOption(

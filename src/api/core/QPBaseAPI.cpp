@@ -37,6 +37,10 @@ void appendSegment(std::string& path, std::string_view identifier) {
   }
 }
 
+// The path format of the operation being started on this thread, with its identifiers as names
+// ("/account/{accno}/balance"): made with the path, taken by the send that follows at once.
+thread_local std::optional<std::string> composedTemplate;
+
 }  // namespace
 
 QPBaseAPI::QPBaseAPI(std::shared_ptr<QPTransportLayer> transportLayer)
@@ -56,21 +60,26 @@ std::optional<QPError> QPBaseAPI::composePath(std::string_view pathFormat,
     if (!argument.value) return missing(argument.name);
   path->clear();
   path->reserve(pathFormat.size() + 32);
+  std::string pathTemplate;
   auto next = arguments.begin();
   for (std::size_t i = 0; i < pathFormat.size(); ++i) {
     if (pathFormat.compare(i, 2, "%@") == 0 && next != arguments.end()) {
       appendSegment(*path, *next->value);
+      pathTemplate += "{" + std::string(next->name) + "}";
       ++next;
       ++i;
     } else {
       path->push_back(pathFormat[i]);
+      pathTemplate.push_back(pathFormat[i]);
     }
   }
+  composedTemplate = std::move(pathTemplate);
   return std::nullopt;
 }
 
 void QPBaseAPI::send(std::string path, std::string_view method, const QPRequestBaseInterface& request,
                      QPTransportLayer::Completion completion) const {
+  std::optional<std::string> pathTemplate = std::exchange(composedTemplate, std::nullopt);
   QPRequestParams params;
   try {
     params = request.getRequestParams();
@@ -84,6 +93,7 @@ void QPBaseAPI::send(std::string path, std::string_view method, const QPRequestB
   }
   QPURLComponents components;
   components.path = std::move(path);
+  components.pathTemplate = std::move(pathTemplate);
   if (method == "GET") {
     std::vector<QPURLQueryItem> items;
     items.reserve(params.size());

@@ -80,17 +80,21 @@ std::string textOf(const boost::json::value& value) {
   return fields::jsonText(value);
 }
 
-std::optional<QPHTTPResponse> responseOf(platform::NetworkResult& result) {
-  if (!result.answered) return std::nullopt;
+QPError cancelled() {
+  return client(QPClientErrorCancelled, "The call was cancelled; nothing more was sent.");
+}
+
+std::optional<QPHTTPResponse> responseOf(QPHttpResult& result) {
+  if (!result.answered()) return std::nullopt;
   QPHTTPResponse response;
   response.url = std::move(result.url);
   response.statusCode = result.status;
-  response.headerFields = std::move(result.headerFields);
+  response.headerFields = std::move(result.headers);
   return response;
 }
 
-std::optional<QPError> fromNetwork(const platform::NetworkResult& result) {
-  using Stop = platform::NetworkResult::Stop;
+std::optional<QPError> fromNetwork(const QPHttpResult& result) {
+  using Stop = QPHttpResult::Stop;
   switch (result.stop) {
     case Stop::RedirectToOtherOrigin:
       return client(QPClientErrorRedirectRefused, "The server redirected the call to another origin (" +
@@ -104,7 +108,7 @@ std::optional<QPError> fromNetwork(const platform::NetworkResult& result) {
     case Stop::None:
       break;
   }
-  if (result.answered) return std::nullopt;
+  if (result.answered()) return std::nullopt;
   return QPError(std::string(QPErrorDomainNetwork), result.code, result.errorText);
 }
 

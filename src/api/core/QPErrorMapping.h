@@ -8,7 +8,7 @@
 
 #include "brivane/api/core/QPError.h"
 #include "brivane/api/core/QPTransportLayer.h"
-#include "platform/linux/QPNetworkEngine.h"
+#include "brivane/platform/QPHttpClient.h"
 
 /// Every error the API client reports is made here: the server's error forms (by HTTP status),
 /// networking failures and the SDK's own `brivane.client` codes.
@@ -26,11 +26,15 @@ std::string withoutUserinfo(std::string_view url);
 /// A JSON value as a message or header shows it: a text as it is, anything else as JSON.
 std::string textOf(const boost::json::value& value);
 
-/// The answer of one exchange as the engine reports it; nil for a failure (`fromNetwork`).
-std::optional<QPHTTPResponse> responseOf(platform::NetworkResult& result);
-/// The error of an exchange that brought no answer: the engine's own stops (another origin,
-/// too many redirects, a body over the limit) and libcurl's failures. Nil when an answer came.
-std::optional<QPError> fromNetwork(const platform::NetworkResult& result);
+/// `brivane.client` 7: the call was stopped through its options' stop token.
+QPError cancelled();
+
+/// The answer of one exchange as the HTTP client reports it; nil for a failure (`fromNetwork`).
+std::optional<QPHTTPResponse> responseOf(QPHttpResult& result);
+/// The error of an exchange that brought no answer: the client's own stops (another origin,
+/// too many redirects, a body over the limit) and the transport's failures. Nil when an answer
+/// came.
+std::optional<QPError> fromNetwork(const QPHttpResult& result);
 /// The error an HTTP answer stands for, by the failure table; nil when the answer is no failure.
 std::optional<QPError> fromResponse(const QPHTTPResponse& response, const std::string* body);
 /// "An API returned status code N - <response>".

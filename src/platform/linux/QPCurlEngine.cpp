@@ -7,10 +7,12 @@
 #include <atomic>
 #include <cctype>
 #include <condition_variable>
+#include <cstdint>
 #include <cstdio>
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -24,9 +26,14 @@
 namespace brivane::platform {
 namespace {
 
+static_assert(NetworkEngine::kStoppedCode == CURLE_ABORTED_BY_CALLBACK);
+
 struct Transfer {
-  NetworkRequest request;
-  std::function<void(NetworkResult)> done;
+  QPHttpRequest request;
+  QPHttpClient::Completion done;
+  std::uint64_t id = 0;
+  // Tells the engine when the request's stop token is stopped; destroyed before the transfer.
+  std::unique_ptr<std::stop_callback<std::function<void()>>> onStop;
   CURL* easy = nullptr;
   curl_slist* headers = nullptr;
   std::vector<std::pair<std::string, std::string>> headerFields;  // of the latest answer
@@ -37,6 +44,7 @@ struct Transfer {
   char errorText[CURL_ERROR_SIZE] = {};
 
   ~Transfer() {
+    onStop.reset();
     if (headers != nullptr) curl_slist_free_all(headers);
     if (easy != nullptr) curl_easy_cleanup(easy);
   }
@@ -97,10 +105,10 @@ std::optional<std::string> originOf(const std::string& url) {
   return origin;
 }
 
-bool isHeader(const std::string& header, std::string_view name) {
-  if (header.size() <= name.size() || header[name.size()] != ':') return false;
+bool isHeader(const std::pair<std::string, std::string>& header, std::string_view name) {
+  if (header.first.size() != name.size()) return false;
   for (std::size_t i = 0; i < name.size(); ++i)
-    if (std::tolower(static_cast<unsigned char>(header[i])) !=
+    if (std::tolower(static_cast<unsigned char>(header.first[i])) !=
         std::tolower(static_cast<unsigned char>(name[i])))
       return false;
   return true;
@@ -157,11 +165,33 @@ class CurlEngine final : public NetworkEngine {
     if (worker_.joinable()) worker_.join();
   }
 
-  void perform(NetworkRequest request, std::function<void(NetworkResult)> done) override {
+  void send(QPHttpRequest request, Completion done) override {
     auto transfer = std::make_unique<Transfer>();
     transfer->request = std::move(request);
     transfer->done = std::move(done);
+    transfer->id = nextId_.fetch_add(1, std::memory_order_relaxed);
+    if (transfer->request.stop.stop_possible()) {
+      // Runs on the thread that stops (at once if that already happened): the transfer itself
+      // is touched only where the main context runs, at the next pass.
+      std::function<void()> stopped = [this, id = transfer->id] { enqueue([&] { stopped_.push_back(id); }); };
+      transfer->onStop = std::make_unique<std::stop_callback<std::function<void()>>>(transfer->request.stop,
+                                                                                     std::move(stopped));
+    }
     enqueue([&] { incoming_.push_back(std::move(transfer)); });
+  }
+
+  void after(std::chrono::milliseconds delay, std::function<void()> task) override {
+    GSource* timer = g_timeout_source_new(static_cast<guint>(std::max<std::int64_t>(delay.count(), 0)));
+    g_source_set_callback(
+        timer,
+        [](gpointer data) -> gboolean {
+          guarded(*static_cast<std::function<void()>*>(data));
+          return G_SOURCE_REMOVE;
+        },
+        new std::function<void()>(std::move(task)),
+        [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
+    g_source_attach(timer, context_);
+    g_source_unref(timer);
   }
 
   void dispatch(std::function<void()> task) override {
@@ -269,14 +299,17 @@ class CurlEngine final : public NetworkEngine {
   void drive() {
     std::vector<std::unique_ptr<Transfer>> incoming;
     std::vector<std::function<void()>> tasks;
+    std::vector<std::uint64_t> stopped;
     if (queued_.load(std::memory_order_acquire)) {
       std::lock_guard lock(mutex_);
       incoming.swap(incoming_);
       tasks.swap(tasks_);
+      stopped.swap(stopped_);
       queued_.store(false, std::memory_order_relaxed);
     }
     std::vector<Finished> finished;
     for (auto& transfer : incoming) begin(std::move(transfer), finished);
+    for (std::uint64_t id : stopped) stop(id, finished);
     int running = 0;
     if (g_source_query_unix_fd(source_, epollTag_) != 0) {
       epoll_event events[64];
@@ -304,9 +337,13 @@ class CurlEngine final : public NetworkEngine {
   }
 
   void begin(std::unique_ptr<Transfer> transfer, std::vector<Finished>& finished) {
+    if (transfer->request.stop.stop_requested()) {
+      finished.push_back({std::move(transfer), CURLE_ABORTED_BY_CALLBACK});
+      return;
+    }
     CURL* easy = curl_easy_init();
     transfer->easy = easy;
-    const NetworkRequest& request = transfer->request;
+    const QPHttpRequest& request = transfer->request;
     curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
@@ -318,8 +355,8 @@ class CurlEngine final : public NetworkEngine {
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer.get());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer.get());
-    for (const std::string& header : request.headers)
-      transfer->headers = curl_slist_append(transfer->headers, header.c_str());
+    for (const auto& [name, value] : request.headers)
+      transfer->headers = curl_slist_append(transfer->headers, (name + ": " + value).c_str());
     transfer->headers = curl_slist_append(transfer->headers, "Expect:");
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, transfer->headers);
     if (request.body) {
@@ -335,6 +372,17 @@ class CurlEngine final : public NetworkEngine {
       return;
     }
     transfers_.emplace(easy, std::move(transfer));
+  }
+
+  // A stopped request leaves libcurl at once: nothing more is sent or read for it.
+  void stop(std::uint64_t id, std::vector<Finished>& finished) {
+    auto found = std::find_if(transfers_.begin(), transfers_.end(),
+                              [id](const auto& entry) { return entry.second->id == id; });
+    if (found == transfers_.end()) return;  // already finished
+    curl_multi_remove_handle(multi_, found->first);
+    std::unique_ptr<Transfer> transfer = std::move(found->second);
+    transfers_.erase(found);
+    finished.push_back({std::move(transfer), CURLE_ABORTED_BY_CALLBACK});
   }
 
   void finish(CURL* easy, CURLcode code, std::vector<Finished>& finished) {
@@ -366,14 +414,14 @@ class CurlEngine final : public NetworkEngine {
       return false;
     }
     if (++transfer.redirects > kMaximumRedirects) return false;
-    NetworkRequest& request = transfer.request;
+    QPHttpRequest& request = transfer.request;
     request.url = location;
     // 303, and 301/302 after a POST, continue as a GET without the body or its headers (a
     // carried "Content-Length" would make the server wait for a body that never comes).
     if (status == 303 || ((status == 301 || status == 302) && request.method == "POST")) {
       request.method = "GET";
       request.body.reset();
-      std::erase_if(request.headers, [](const std::string& header) {
+      std::erase_if(request.headers, [](const std::pair<std::string, std::string>& header) {
         return isHeader(header, "Content-Length") || isHeader(header, "Content-Type");
       });
     }
@@ -388,16 +436,19 @@ class CurlEngine final : public NetworkEngine {
   }
 
   static void complete(std::unique_ptr<Transfer> transfer, CURLcode code) {
-    NetworkResult result;
-    if (transfer->refusedOrigin) {
-      result.stop = NetworkResult::Stop::RedirectToOtherOrigin;
+    QPHttpResult result;
+    if (code == CURLE_ABORTED_BY_CALLBACK && transfer->request.stop.stop_requested()) {
+      result.code = code;
+      result.errorText = "The call was cancelled.";
+    } else if (transfer->refusedOrigin) {
+      result.stop = QPHttpResult::Stop::RedirectToOtherOrigin;
       result.detail = *transfer->refusedOrigin;
     } else if (transfer->redirects > kMaximumRedirects) {
-      result.stop = NetworkResult::Stop::TooManyRedirects;
+      result.stop = QPHttpResult::Stop::TooManyRedirects;
       result.code = CURLE_TOO_MANY_REDIRECTS;
       result.detail = std::to_string(kMaximumRedirects);
     } else if (transfer->tooLarge) {
-      result.stop = NetworkResult::Stop::BodyTooLarge;
+      result.stop = QPHttpResult::Stop::BodyTooLarge;
       result.detail = std::to_string(transfer->request.maximumResponseSize);
     } else if (code != CURLE_OK) {
       result.code = static_cast<int>(code);
@@ -406,9 +457,8 @@ class CurlEngine final : public NetworkEngine {
       char* url = nullptr;
       curl_easy_getinfo(transfer->easy, CURLINFO_RESPONSE_CODE, &result.status);
       curl_easy_getinfo(transfer->easy, CURLINFO_EFFECTIVE_URL, &url);
-      result.answered = true;
       result.url = url != nullptr ? url : transfer->request.url;
-      result.headerFields = std::move(transfer->headerFields);
+      result.headers = std::move(transfer->headerFields);
       result.body = std::move(transfer->body);
     }
     auto done = std::move(transfer->done);
@@ -460,9 +510,11 @@ class CurlEngine final : public NetworkEngine {
 
   // Shared with the threads that start calls.
   std::mutex mutex_;
-  std::atomic<bool> queued_{false};  // whether `incoming_` or `tasks_` holds anything
+  std::atomic<bool> queued_{false};  // whether `incoming_`, `tasks_` or `stopped_` holds anything
   std::vector<std::unique_ptr<Transfer>> incoming_;
   std::vector<std::function<void()>> tasks_;
+  std::vector<std::uint64_t> stopped_;  // ids of transfers whose stop token was stopped
+  std::atomic<std::uint64_t> nextId_{1};
 
   // Touched only where the main context runs.
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> transfers_;

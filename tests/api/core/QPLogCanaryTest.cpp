@@ -1,4 +1,5 @@
-// Secrets put through every path of the client never reach a log line or an error description.
+// Secrets put through every path of the client never reach a log line, an error description or
+// what a call listener hears.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -97,6 +98,8 @@ TEST(QPLogCanary, NoSecretReachesALogLineOrAnErrorDescription) {
   option.url = server.baseUrl();
   option.programCode = "P";
   option.accessTokenProvider = tokens;
+  auto listener = std::make_shared<test::RecordingListener>();
+  option.callOptions.listener = listener;
   QPApiProvider provider(option);
 
   std::vector<std::string> descriptions;
@@ -132,8 +135,11 @@ TEST(QPLogCanary, NoSecretReachesALogLineOrAnErrorDescription) {
   const std::vector<std::string> lines = log.lines();
   EXPECT_FALSE(lines.empty()) << "the model failures must be logged";
   EXPECT_LE(lines.size(), 3u) << "one line per answer";
+  const std::vector<std::string> heard = listener->lines();
+  EXPECT_EQ(heard.size(), 4u * 3u - 1u) << "started, attempt, finished of each call; none for the refused";
   for (const std::string& secret : {kToken, kPassword, kCard}) {
     for (const std::string& line : lines) EXPECT_THAT(line, ::testing::Not(::testing::HasSubstr(secret)));
+    for (const std::string& line : heard) EXPECT_THAT(line, ::testing::Not(::testing::HasSubstr(secret)));
     for (const std::string& text : descriptions)
       EXPECT_THAT(text, ::testing::Not(::testing::HasSubstr(secret)));
   }

@@ -31,9 +31,12 @@ enum QPClientErrorCode : std::int64_t {
   /// a header value (the access token, the payer's IP address) holds a CR, LF or NUL, which
   /// would end the header and start another; found before sending, nothing is sent
   QPClientErrorUnsendableHeaderValue = 6,
+  /// the call was stopped through the `stop` token of its `QPCallOptions`; its transfer ended
+  /// and nothing more was sent (an answer that had already completed is delivered instead)
+  QPClientErrorCancelled = 7,
   /// a date field of the request lies outside 0001-01-01 to 9999-12-31 or is no real date or
   /// time of day (see `QPDate::isSendable`); found before sending, nothing is sent
-  QPClientErrorUnsendableDate = 7,
+  QPClientErrorUnsendableDate = 8,
 };
 
 /// The one failure report of the API client: a domain, a signed code and a description.

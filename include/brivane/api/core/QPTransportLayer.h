@@ -15,8 +15,10 @@
 #include "brivane/QPExport.h"
 #include "brivane/api/core/QPAccessTokenProvider.h"
 #include "brivane/api/core/QPApiClientSetting.h"
+#include "brivane/api/core/QPCallOptions.h"
 #include "brivane/api/core/QPError.h"
 #include "brivane/api/core/QPURLQueryItem.h"
+#include "brivane/platform/QPHttpClient.h"
 
 namespace brivane {
 
@@ -25,6 +27,9 @@ struct BRIVANE_API QPURLComponents {
   std::optional<std::string> path;
   /// Nil: the URL has no query. Set (even empty): the transport appends its identifying items.
   std::optional<std::vector<QPURLQueryItem>> queryItems;
+  /// The path with its identifiers as names ("/account/{accno}/balance"), as listeners are
+  /// told it; nil: the path itself.
+  std::optional<std::string> pathTemplate = std::nullopt;
 
   /// The decoded query text ("a=1&b=2"), nil without query items.
   std::optional<std::string> query() const;
@@ -47,10 +52,11 @@ using QPFormParams = std::vector<std::pair<std::string, std::string>>;
 
 /// The one place where the API client talks HTTP.
 ///
-/// Composes the absolute URL from the base URL and the components, adds the bearer token, the
-/// standard headers and the identifying parameters ("partnerReference", "programCode"), sends the
-/// request through the SDK's networking (libcurl's multi interface, driven from the default main
-/// context), maps failed answers to a `QPError` and parses JSON.
+/// Every call runs through one ordered pipeline of steps: authorise (the bearer token), identify
+/// ("partnerReference", "programCode"), encode (the absolute URL from the base URL and the
+/// components, the standard headers, the body), send (through the `QPHttpClient`: by default the
+/// SDK's networking, libcurl's multi interface driven from the default main context) and map
+/// (failed answers to a `QPError`, successful ones to JSON).
 ///
 /// Thread rules: the load operations may be called from any thread and return at once; requests
 /// progress while the default main context runs. The completion runs exactly once, never on the
@@ -107,15 +113,21 @@ class BRIVANE_API QPTransportLayer : public std::enable_shared_from_this<QPTrans
   /// `QPClientErrorBodyTooLarge`. Set before requests start.
   std::size_t maximumResponseSize() const { return maximumResponseSize_; }
   void setMaximumResponseSize(std::size_t bytes) { maximumResponseSize_ = bytes; }
+  /// Options of every call; those of a `QPCallOptionsScope` in force when a call starts override
+  /// them. Set before requests start.
+  const QPCallOptions& callOptions() const { return callOptions_; }
+  void setCallOptions(QPCallOptions options) { callOptions_ = std::move(options); }
+  /// The sending step (nil: the SDK's own networking). Set before requests start.
+  const std::shared_ptr<QPHttpClient>& httpClient() const { return httpClient_; }
+  void setHttpClient(std::shared_ptr<QPHttpClient> client) { httpClient_ = std::move(client); }
 
  private:
-  struct Outgoing;
-  void start(Outgoing outgoing, Completion completion);
-
   std::shared_ptr<QPAccessTokenProvider> accessTokenProvider_;
   std::shared_ptr<QPApiClientSettingsInterface> setting_;
   std::chrono::milliseconds timeout_ = kDefaultTimeout;
   std::size_t maximumResponseSize_ = kDefaultMaximumResponseSize;
+  std::shared_ptr<QPHttpClient> httpClient_;
+  QPCallOptions callOptions_;
 };
 
 }  // namespace brivane
