@@ -27,9 +27,11 @@
 #include <string>
 #include <vector>
 
+#include <boost/json.hpp>
+
 #include "BenchRounds.h"
 #include "brivane/api/core/QPApiProvider.h"
-#include "brivane/api/settings/QPSettingsTypes.h"
+#include "brivane/api/settings/QPSettingsAPI.h"
 #include "brivane/platform/QPMainQueue.h"
 
 namespace {
