@@ -23,7 +23,7 @@ for file in bin/brivane bin/brivane-form include/brivane/api/core/QPApiProvider.
 done
 echo "installed: $(find "$prefix" -type f | wc -l) files"
 
-for example in api_host form_host; do
+for example in api_host coroutine_host form_host; do
   cmake -S "$source_dir/examples/$example" -B "$work/$example" -DCMAKE_PREFIX_PATH="$prefix" > "$work/$example.log"
   cmake --build "$work/$example" >> "$work/$example.log" || { cat "$work/$example.log"; exit 1; }
   echo "built: $example (find_package)"
@@ -47,6 +47,7 @@ base=$(sed -n 's/^Sandbox listening on //p' "$work/sandbox.out")
 [[ -n "$base" ]] || { echo "the installed sandbox did not start"; cat "$work/sandbox.out"; exit 1; }
 
 "$work/api_host/api_host" "$base"
+"$work/coroutine_host/coroutine_host" "$base"
 FORM_HOST_EXIT_ON_LOAD=1 timeout 60 xvfb-run -a "$work/form_host/form_host" "$base" 2> "$work/form_host.err" ||
   { echo "form_host failed"; cat "$work/form_host.err"; exit 1; }
 echo "install check passed"

@@ -66,7 +66,8 @@ QPResult<R> resultOf(std::optional<QPError> error, std::shared_ptr<R> response) 
 
 /// One operation call with its arguments, started later by handing it the completion. The
 /// arguments are held as values (`std::ref` holds a reference) and moved into the call, which
-/// happens once.
+/// happens once. `awaiterOf` and `futureOf` take any such starter, so a variant of the entry
+/// points (per-call options, say) wraps the starter in its own and adds nothing else.
 template <class Family, class Operation, class... Args>
 auto bindCall(std::shared_ptr<Family> family, Operation operation, Args&&... args) {
   using R = typename QPOperationTraits<Operation>::Response;
