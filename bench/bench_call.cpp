@@ -6,7 +6,9 @@
 //   sdk     the settings family's getgetFinancialInstitutionData, completions on the main queue;
 //   multi   anchor (b): one multi handle driven on the calling thread, a new easy handle per
 //           request (as the SDK's networking thread does), at most 6 connections;
-//   easy    anchor (a): one reused easy handle, one request at a time (only for 1 in flight).
+//   easy    anchor (a): one reused easy handle, one request at a time (only for 1 in flight);
+//   await   the same SDK call awaited with `awaitCall`, one `QPTask` per call (BM_Await, against
+//           sdk: what the coroutine form costs over the completion form).
 // Each benchmark is a number of rounds; a round runs every side once, in an order that alternates
 // from round to round, and yields the ratio sdk/anchor of that round. The counters are the median
 // of those ratios with quartiles and extremes; the summary at the end prints them again.
@@ -27,9 +29,12 @@
 #include <string>
 #include <vector>
 
+#include <boost/json.hpp>
+
 #include "BenchRounds.h"
 #include "brivane/api/core/QPApiProvider.h"
-#include "brivane/api/settings/QPSettingsTypes.h"
+#include "brivane/api/core/QPAsync.h"
+#include "brivane/api/settings/QPSettingsAPI.h"
 #include "brivane/platform/QPMainQueue.h"
 
 namespace {
@@ -139,7 +144,9 @@ void commonOptions(CURL* easy, const std::string& url, curl_slist* headers, std:
 
 class Sdk {
  public:
-  Sdk() {
+  Sdk() : provider_(makeProvider()) {}
+
+  static std::unique_ptr<brivane::QPApiProvider> makeProvider() {
     auto tokens = std::make_shared<brivane::QPDefaultAccessTokenProvider>();
     tokens->setAccessToken(kToken);
     brivane::QPApiProviderOption option;
@@ -147,7 +154,7 @@ class Sdk {
     option.programCode = kProgram;
     option.partnerReferencePrefix = "BENCH";
     option.accessTokenProvider = tokens;
-    provider_ = std::make_unique<brivane::QPApiProvider>(option);
+    return std::make_unique<brivane::QPApiProvider>(option);
   }
 
   // `inFlight` calls started at once; returns once all have completed on the main queue.
@@ -168,6 +175,36 @@ class Sdk {
   }
 
  private:
+  std::unique_ptr<brivane::QPApiProvider> provider_;
+};
+
+// The same call as `Sdk`, awaited in a coroutine: one task per call, started at once.
+class SdkAwait {
+ public:
+  SdkAwait() : provider_(Sdk::makeProvider()) {}
+
+  bool batch(int inFlight) {
+    int done = 0;
+    int failed = 0;
+    std::vector<brivane::QPTask<>> tasks;
+    tasks.reserve(static_cast<std::size_t>(inFlight));
+    for (int i = 0; i < inFlight; ++i) {
+      tasks.push_back(one(provider_->settingsAPI(), &done, &failed));
+      tasks.back().start();
+    }
+    brivane::QPMainQueue::runUntil([&] { return done == inFlight; }, std::chrono::seconds(60));
+    return done == inFlight && failed == 0;
+  }
+
+ private:
+  static brivane::QPTask<> one(std::shared_ptr<brivane::QPSettingsAPI> settings, int* done, int* failed) {
+    auto result = co_await brivane::awaitCall(std::move(settings),
+                                              &brivane::QPSettingsAPI::getgetFinancialInstitutionData,
+                                              brivane::QPGetFinancialInstitutionDataRequest());
+    if (!result || !result.response()->creditorIdentifier) ++*failed;
+    ++*done;
+  }
+
   std::unique_ptr<brivane::QPApiProvider> provider_;
 };
 
@@ -271,6 +308,34 @@ int batchesFor(int inFlight) {
   return std::max(1, 100 / inFlight);
 }
 
+// The per-round figures of one pair of sides: the ratios first/second, each side's per-call wall
+// time and context switches.
+struct Pair {
+  std::vector<double> wall, cpu, firstMicros, secondMicros, firstSwitches, secondSwitches;
+
+  void add(const bench::Usage& first, const bench::Usage& second, double calls) {
+    wall.push_back(first.wallSeconds / second.wallSeconds);
+    cpu.push_back(first.cpuSeconds / second.cpuSeconds);
+    firstMicros.push_back(first.wallSeconds / calls * 1e6);
+    secondMicros.push_back(second.wallSeconds / calls * 1e6);
+    firstSwitches.push_back(first.contextSwitches / calls);
+    secondSwitches.push_back(second.contextSwitches / calls);
+  }
+
+  // Counters "<name>_wall", quartiles and "<name>_cpu"; a row of the summary.
+  void report(benchmark::State& state, const std::string& name, int inFlight) const {
+    bench::Spread w = bench::spreadOf(wall);
+    state.counters[name + "_wall"] = w.median;
+    state.counters[name + "_wall_p25"] = w.p25;
+    state.counters[name + "_wall_p75"] = w.p75;
+    state.counters[name + "_cpu"] = bench::spreadOf(cpu).median;
+    std::string label = name + std::string(11 - std::min<std::size_t>(name.size(), 10), ' ');
+    summary.push_back({label + std::to_string(inFlight) + " in flight", w, bench::spreadOf(cpu),
+                       bench::spreadOf(firstMicros).median, bench::spreadOf(secondMicros).median,
+                       bench::spreadOf(firstSwitches).median, bench::spreadOf(secondSwitches).median});
+  }
+};
+
 void BM_Calls(benchmark::State& state) {
   const int inFlight = static_cast<int>(state.range(0));
   const bool withEasy = inFlight == 1;
@@ -284,8 +349,7 @@ void BM_Calls(benchmark::State& state) {
     state.SkipWithError("a warm-up call failed");
     return;
   }
-  std::vector<double> wallB, cpuB, wallA, cpuA, sdkWall, multiWall, easyWall, sdkSwitches, multiSwitches,
-      easySwitches;
+  Pair overMulti, overEasy;
   int round = 0;
   for (auto _ : state) {
     bench::Usage uSdk, uMulti, uEasy;
@@ -305,57 +369,68 @@ void BM_Calls(benchmark::State& state) {
       state.SkipWithError("a call failed");
       return;
     }
-    wallB.push_back(uSdk.wallSeconds / uMulti.wallSeconds);
-    cpuB.push_back(uSdk.cpuSeconds / uMulti.cpuSeconds);
-    sdkWall.push_back(uSdk.wallSeconds / calls * 1e6);
-    multiWall.push_back(uMulti.wallSeconds / calls * 1e6);
-    sdkSwitches.push_back(uSdk.contextSwitches / calls);
-    multiSwitches.push_back(uMulti.contextSwitches / calls);
-    if (withEasy) {
-      wallA.push_back(uSdk.wallSeconds / uEasy.wallSeconds);
-      cpuA.push_back(uSdk.cpuSeconds / uEasy.cpuSeconds);
-      easyWall.push_back(uEasy.wallSeconds / calls * 1e6);
-      easySwitches.push_back(uEasy.contextSwitches / calls);
-    }
+    overMulti.add(uSdk, uMulti, calls);
+    if (withEasy) overEasy.add(uSdk, uEasy, calls);
   }
-  auto add = [&](const std::string& prefix, const std::vector<double>& wall, const std::vector<double>& cpu) {
-    bench::Spread w = bench::spreadOf(wall);
-    state.counters[prefix + "_wall"] = w.median;
-    state.counters[prefix + "_wall_p25"] = w.p25;
-    state.counters[prefix + "_wall_p75"] = w.p75;
-    state.counters[prefix + "_cpu"] = bench::spreadOf(cpu).median;
-  };
-  add("sdk/multi", wallB, cpuB);
-  state.counters["sdk_us"] = bench::spreadOf(sdkWall).median;
-  state.counters["multi_us"] = bench::spreadOf(multiWall).median;
-  state.counters["sdk_csw"] = bench::spreadOf(sdkSwitches).median;
-  state.counters["multi_csw"] = bench::spreadOf(multiSwitches).median;
-  summary.push_back({"sdk/multi  " + std::to_string(inFlight) + " in flight", bench::spreadOf(wallB),
-                     bench::spreadOf(cpuB), bench::spreadOf(sdkWall).median,
-                     bench::spreadOf(multiWall).median, bench::spreadOf(sdkSwitches).median,
-                     bench::spreadOf(multiSwitches).median});
+  overMulti.report(state, "sdk/multi", inFlight);
+  state.counters["sdk_us"] = bench::spreadOf(overMulti.firstMicros).median;
+  state.counters["multi_us"] = bench::spreadOf(overMulti.secondMicros).median;
+  state.counters["sdk_csw"] = bench::spreadOf(overMulti.firstSwitches).median;
+  state.counters["multi_csw"] = bench::spreadOf(overMulti.secondSwitches).median;
   if (withEasy) {
-    add("sdk/easy", wallA, cpuA);
-    state.counters["easy_us"] = bench::spreadOf(easyWall).median;
-    summary.push_back({"sdk/easy   " + std::to_string(inFlight) + " in flight", bench::spreadOf(wallA),
-                       bench::spreadOf(cpuA), bench::spreadOf(sdkWall).median,
-                       bench::spreadOf(easyWall).median, bench::spreadOf(sdkSwitches).median,
-                       bench::spreadOf(easySwitches).median});
+    overEasy.report(state, "sdk/easy", inFlight);
+    state.counters["easy_us"] = bench::spreadOf(overEasy.secondMicros).median;
   }
 }
 BENCHMARK(BM_Calls)->Arg(1)->Arg(10)->Arg(100)->Arg(1000)->Iterations(kRounds)->UseRealTime()->Unit(
     benchmark::kMillisecond);
 
+// The coroutine form against the completion form of the same call, side by side.
+void BM_Await(benchmark::State& state) {
+  const int inFlight = static_cast<int>(state.range(0));
+  const int batches = batchesFor(inFlight);
+  const double calls = static_cast<double>(inFlight) * batches;
+  Sdk sdk;
+  SdkAwait awaited;
+  if (!sdk.batch(inFlight) || !awaited.batch(inFlight)) {
+    state.SkipWithError("a warm-up call failed");
+    return;
+  }
+  Pair overSdk;
+  int round = 0;
+  for (auto _ : state) {
+    bench::Usage uSdk, uAwait;
+    bool ok = true;
+    if (round++ % 2 == 0) {
+      ok = measure(sdk, inFlight, batches, &uSdk) && ok;
+      ok = measure(awaited, inFlight, batches, &uAwait) && ok;
+    } else {
+      ok = measure(awaited, inFlight, batches, &uAwait) && ok;
+      ok = measure(sdk, inFlight, batches, &uSdk) && ok;
+    }
+    if (!ok) {
+      state.SkipWithError("a call failed");
+      return;
+    }
+    overSdk.add(uAwait, uSdk, calls);
+  }
+  overSdk.report(state, "await/sdk", inFlight);
+}
+BENCHMARK(BM_Await)->Arg(1)->Arg(10)->Arg(100)->Iterations(kRounds)->UseRealTime()->Unit(
+    benchmark::kMillisecond);
+
 void printSummary() {
-  std::printf("\nMedian of %d per-round ratios (SDK over anchor), interquartile range and extremes:\n",
+  std::printf("\nMedian of %d per-round ratios (first side over second), interquartile range and extremes:\n",
               kRounds);
-  std::printf("%-26s %-52s %-8s %9s %9s %8s %8s\n", "", "wall", "cpu", "sdk us", "anchor us", "sdk csw",
-              "anc csw");
+  std::printf("%-26s %-52s %-8s %9s %9s %8s %8s\n", "", "wall", "cpu", "1st us", "2nd us", "1st csw",
+              "2nd csw");
   for (const Row& row : summary)
     std::printf("%-26s %-52s %-8.3f %9.1f %9.1f %8.2f %8.2f\n", row.name.c_str(),
                 bench::describe(row.wall).c_str(), row.cpu.median, row.sdkMicros, row.anchorMicros,
                 row.sdkSwitches, row.anchorSwitches);
-  std::printf("(us and csw: wall time and context switches of the whole client process per call)\n");
+  std::printf(
+      "(us and csw: wall time and context switches of the whole client process per call, first and second "
+      "side)\n");
 }
 
 // `--only=sdk|multi|easy [--in-flight=N] [--batches=N]`: runs one side alone, for a profiler or

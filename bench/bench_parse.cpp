@@ -2,7 +2,7 @@
 //   parse   Boost.JSON's parse alone;
 //   hand    the parse and a hand-written fill of QPGetCountriesResponse (each key read by name);
 //   sdk     what the API client does with an answer: the transport's parse (`parseJSON`) and the
-//           families' delivery (`QPBaseAPI::deliver`), which fills the response by its table
+//           families' delivery (`detail::deliver`), which fills the response by its table
 //           (`initWithJSONObject`).
 // A benchmark is a number of rounds; each round times the three in an order that alternates from
 // round to round, and the counters are medians of the per-round ratios with their quartiles. The
@@ -24,8 +24,8 @@
 #include <vector>
 
 #include "BenchRounds.h"
+#include "api/core/QPBaseAPICall.h"
 #include "api/core/QPJSONParse.h"
-#include "brivane/api/core/QPBaseAPI.h"
 #include "brivane/api/settings/QPSettingsTypes.h"
 #include "brivane/platform/QPMainQueue.h"
 
@@ -125,11 +125,6 @@ void fillByHand(const boost::json::value& json, brivane::QPGetCountriesResponse&
   }
 }
 
-// The API families' delivery of an answer (`QPBaseAPI::deliver`), open to the benchmark.
-struct Delivery : brivane::QPBaseAPI {
-  using brivane::QPBaseAPI::deliver;
-};
-
 enum class Way { Parse, Hand, Sdk };
 constexpr const char* kWayNames[] = {"parse", "hand", "sdk"};
 
@@ -145,7 +140,7 @@ bool once(Way way, const std::string& text, std::size_t count, bool check = fals
     if (!json) return false;
     brivane::QPCompletion<brivane::QPGetCountriesResponse> keep;
     if (check) keep = [&filled](auto, auto response) { filled = std::move(response); };
-    Delivery::deliver<brivane::QPGetCountriesResponse>(std::move(keep))(std::move(json), std::nullopt);
+    brivane::detail::deliver<brivane::QPGetCountriesResponse>(std::move(keep))(std::move(json), std::nullopt);
     if (!check) return true;
     brivane::QPMainQueue::runUntil([&filled] { return filled != nullptr; }, std::chrono::seconds(30));
     if (filled == nullptr) return false;

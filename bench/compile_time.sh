@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Compile time of a small host of the API client against the same host with only the standard
-# headers it uses (g++ -O0, the median of several runs each).
+# headers it uses (g++ -O0), side by side in rounds: the median of the per-round ratios.
 #   bash bench/compile_time.sh [RUNS] [COMPILER]
 set -euo pipefail
 source_dir=$(realpath "$(dirname "$0")/..")
@@ -62,19 +62,34 @@ int main(int argc, char** argv) {
 }
 CPP
 
-median() { sort -n | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}'; }
-measure() {
-  for _ in $(seq "$runs"); do
-    local start end
-    start=$(date +%s%N)
-    "$compiler" -std=c++20 -O0 -I"$source_dir/include" -c "$1" -o "$work/out.o"
-    end=$(date +%s%N)
-    echo $(((end - start) / 1000000))
-  done | median
+# One round compiles both hosts, in an order that alternates from round to round, and yields the
+# ratio of their times: a burst of load on a shared machine then falls on both sides of a round.
+compile_ms() {
+  local start end
+  start=$(date +%s%N)
+  "$compiler" -std=c++20 -O0 -I"$source_dir/include" -c "$1" -o "$work/out.o"
+  end=$(date +%s%N)
+  echo $(((end - start) / 1000000))
 }
-sdk=$(measure "$work/sdk_host.cpp")
-std=$(measure "$work/std_host.cpp")
+for round in $(seq "$runs"); do
+  if ((round % 2)); then
+    sdk=$(compile_ms "$work/sdk_host.cpp")
+    std=$(compile_ms "$work/std_host.cpp")
+  else
+    std=$(compile_ms "$work/std_host.cpp")
+    sdk=$(compile_ms "$work/sdk_host.cpp")
+  fi
+  echo "$sdk $std"
+done > "$work/rounds"
 lines=$("$compiler" -std=c++20 -I"$source_dir/include" -E "$work/sdk_host.cpp" | wc -l)
-echo "host with the SDK's headers: ${sdk} ms (${lines} preprocessed lines)"
-echo "host with standard headers only: ${std} ms"
-awk -v a="$sdk" -v b="$std" 'BEGIN { printf "ratio: %.2f (goal: at most 1.30)\n", a / b }'
+# Quantiles of sorted numbers on standard input: median, quartiles, extremes.
+spread() {
+  sort -n | awk 'function q(p,   x, i) { x = p * (NR - 1) + 1; i = int(x); return a[i] + (x - i) * (a[i + (i < NR)] - a[i]) }
+                 { a[NR] = $1 } END { printf "%.2f %.2f %.2f %.2f %.2f %d\n", q(0.5), q(0.25), q(0.75), a[1], a[NR], NR }'
+}
+read -r sdk _ < <(cut -d' ' -f1 "$work/rounds" | spread)
+read -r std _ < <(cut -d' ' -f2 "$work/rounds" | spread)
+read -r median p25 p75 low high count < <(awk '{ print $1 / $2 }' "$work/rounds" | spread)
+echo "host with the SDK's headers: ${sdk%.*} ms median (${lines} preprocessed lines)"
+echo "host with standard headers only: ${std%.*} ms median"
+echo "ratio: ${median} (median of ${count} per-round ratios; IQR ${p25}-${p75}, range ${low}-${high}; goal: at most 1.30)"

@@ -24,7 +24,7 @@ for file in bin/brivane bin/brivane-form include/brivane/api/core/QPApiProvider.
 done
 echo "installed: $(find "$prefix" -type f | wc -l) files"
 
-for example in api_host form_host host_unit_test; do
+for example in api_host coroutine_host form_host host_unit_test; do
   cmake -S "$source_dir/examples/$example" -B "$work/$example" -DCMAKE_PREFIX_PATH="$prefix" > "$work/$example.log"
   cmake --build "$work/$example" >> "$work/$example.log" || { cat "$work/$example.log"; exit 1; }
   echo "built: $example (find_package)"
@@ -48,6 +48,7 @@ base=$(sed -n 's/^Sandbox listening on //p' "$work/sandbox.out")
 [[ -n "$base" ]] || { echo "the installed sandbox did not start"; cat "$work/sandbox.out"; exit 1; }
 
 "$work/api_host/api_host" "$base"
+"$work/coroutine_host/coroutine_host" "$base"
 "$work/host_unit_test/checkout_test" --gtest_brief=1 > "$work/checkout_test.out" ||
   { echo "host_unit_test failed"; cat "$work/checkout_test.out"; exit 1; }
 echo "ran: host_unit_test (fake HTTP client)"

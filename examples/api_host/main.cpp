@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "brivane/api/auth/QPAuthenticationAPI.h"
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/api/payment/QPPaymentAPI.h"
 #include "brivane/api/settings/QPSettingsAPI.h"

@@ -11,7 +11,13 @@
 #include <thread>
 #include <vector>
 
+#include "brivane/api/account/QPAccountAPI.h"
+#include "brivane/api/auth/QPAuthenticationAPI.h"
+#include "brivane/api/core/QPApiClientModule.h"
 #include "brivane/api/core/QPApiProvider.h"
+#include "brivane/api/payment/QPPaymentAPI.h"
+#include "brivane/api/settings/QPSettingsAPI.h"
+#include "brivane/api/user/QPUserAPI.h"
 #include "brivane/platform/QPMainQueue.h"
 #include "sandbox/Sandbox.h"
 

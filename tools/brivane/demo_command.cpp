@@ -13,8 +13,13 @@
 #include <utility>
 #include <vector>
 
+#include "brivane/api/account/QPAccountAPI.h"
+#include "brivane/api/auth/QPAuthenticationAPI.h"
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/api/core/QPLookups.h"
+#include "brivane/api/payment/QPPaymentAPI.h"
+#include "brivane/api/settings/QPSettingsAPI.h"
+#include "brivane/api/user/QPUserAPI.h"
 #include "brivane/commands.h"
 #include "brivane/form_command.h"
 #include "brivane/platform/QPMainQueue.h"

@@ -9,7 +9,12 @@
 
 #include <boost/json.hpp>
 
+#include "brivane/api/account/QPAccountAPI.h"
+#include "brivane/api/auth/QPAuthenticationAPI.h"
 #include "brivane/api/core/QPApiProvider.h"
+#include "brivane/api/payment/QPPaymentAPI.h"
+#include "brivane/api/settings/QPSettingsAPI.h"
+#include "brivane/api/user/QPUserAPI.h"
 
 namespace brivane::cli {
 

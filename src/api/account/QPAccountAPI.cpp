@@ -1,5 +1,7 @@
 #include "brivane/api/account/QPAccountAPI.h"
 
+#include "api/core/QPBaseAPICall.h"
+
 namespace brivane {
 
 void QPAccountAPI::createAccount(std::shared_ptr<const QPCreateAccountRequest> request,

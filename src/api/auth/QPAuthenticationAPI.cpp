@@ -1,5 +1,6 @@
 #include "brivane/api/auth/QPAuthenticationAPI.h"
 
+#include "api/core/QPBaseAPICall.h"
 #include "api/core/QPErrorMapping.h"
 #include "api/core/QPFields.h"
 

@@ -3,6 +3,8 @@
 #include <memory>
 #include <utility>
 
+#include "brivane/api/core/QPApiClientModule.h"
+
 namespace brivane {
 
 QPApiProvider::QPApiProvider(QPApiProviderOption apiOption) : apiOption_(std::move(apiOption)) {
@@ -20,6 +22,26 @@ std::shared_ptr<QPApiClientSetting> QPApiProvider::createClientSettingFromOption
   setting->setProgramCode(option.programCode);
   setting->setPartnerReferencePrefix(option.partnerReferencePrefix);
   return setting;
+}
+
+const std::shared_ptr<QPAccountAPI>& QPApiProvider::accountAPI() const {
+  return apiClientModule_->accountAPI();
+}
+
+const std::shared_ptr<QPAuthenticationAPI>& QPApiProvider::authenticationAPI() const {
+  return apiClientModule_->authenticationAPI();
+}
+
+const std::shared_ptr<QPPaymentAPI>& QPApiProvider::paymentAPI() const {
+  return apiClientModule_->paymentAPI();
+}
+
+const std::shared_ptr<QPSettingsAPI>& QPApiProvider::settingsAPI() const {
+  return apiClientModule_->settingsAPI();
+}
+
+const std::shared_ptr<QPUserAPI>& QPApiProvider::userAPI() const {
+  return apiClientModule_->userAPI();
 }
 
 }  // namespace brivane

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "brivane/api/core/QPTransportLayer.h"
+
 #include "api/core/QPErrorMapping.h"
 #include "api/core/QPFields.h"
 

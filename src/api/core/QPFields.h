@@ -8,11 +8,13 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <boost/json.hpp>
 
 #include "brivane/api/core/QPDate.h"
+#include "brivane/api/core/QPFlag.h"
 #include "brivane/api/core/QPNumber.h"
 
 namespace brivane {
@@ -102,6 +104,28 @@ struct Codec<std::optional<QPNumber>> {
   static boost::json::value print(const std::optional<QPNumber>& field);
   static std::optional<boost::json::value> param(const std::optional<QPNumber>& field, QPParamEncoding);
   static bool parse(std::optional<QPNumber>& field, std::string_view text, std::string* why);
+};
+
+/// A flag holds an optional number and travels like one.
+template <>
+struct Codec<QPFlag> {
+  using Number = Codec<std::optional<QPNumber>>;
+  static bool assign(QPFlag& field, const boost::json::value& value, std::string* why) {
+    std::optional<QPNumber> number;
+    if (!Number::assign(number, value, why)) return false;
+    field = std::move(number);
+    return true;
+  }
+  static boost::json::value print(const QPFlag& field) { return Number::print(field.value()); }
+  static std::optional<boost::json::value> param(const QPFlag& field, QPParamEncoding encoding) {
+    return Number::param(field.value(), encoding);
+  }
+  static bool parse(QPFlag& field, std::string_view text, std::string* why) {
+    std::optional<QPNumber> number;
+    if (!Number::parse(number, text, why)) return false;
+    field = std::move(number);
+    return true;
+  }
 };
 
 template <>

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "api/core/QPBaseAPICall.h"
+
 namespace brivane {
 
 void QPPaymentAPI::initAuthorize(std::shared_ptr<const QPInitAuthorizeRequest> request,

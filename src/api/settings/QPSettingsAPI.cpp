@@ -1,5 +1,7 @@
 #include "brivane/api/settings/QPSettingsAPI.h"
 
+#include "api/core/QPBaseAPICall.h"
+
 namespace brivane {
 
 void QPSettingsAPI::getCountries(const QPGetCountriesRequest& request,

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "api/core/QPBaseAPICall.h"
+
 namespace brivane {
 
 void QPUserAPI::sendPasswordResetCode(std::shared_ptr<const QPSendPasswordResetCodeRequest> request,

@@ -7,6 +7,7 @@
 
 #include "api/core/QPFields.h"
 #include "brivane/api/auth/QPAccessTokenResponse.h"
+#include "brivane/api/core/QPApiClientModule.h"
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/api/settings/QPSettingsTypes.h"
 

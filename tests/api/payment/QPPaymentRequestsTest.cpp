@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <boost/json.hpp>
+
 #include "brivane/api/payment/QPPaymentAPI.h"
 
 namespace brivane {

@@ -8,10 +8,12 @@
 #include <string>
 #include <vector>
 
-#include <boost/json.hpp>
+#include <boost/json/value.hpp>
 
 #include "brivane/QPExport.h"
 #include "brivane/api/account/QPAccnoTypeRequest.h"
+#include "brivane/api/core/QPDate.h"
+#include "brivane/api/core/QPFlag.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
@@ -146,16 +148,14 @@ class BRIVANE_API QPGetAccountStateResponse : public QPResponseBase {
 
   std::optional<std::string> statusCode;
 
-  std::optional<QPNumber> getIsUserLocked() const { return isUserLocked_; }
-  bool isUserLocked() const { return isUserLocked_ && isUserLocked_->boolValue(); }
-  void setIsUserLocked(std::optional<QPNumber> value) { isUserLocked_ = value; }
-  std::optional<QPNumber> getIsUserActive() const { return isUserActive_; }
-  bool isUserActive() const { return isUserActive_ && isUserActive_->boolValue(); }
-  void setIsUserActive(std::optional<QPNumber> value) { isUserActive_ = value; }
+  /// Flag "isUserLocked": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsUserLocked, isUserLocked, setIsUserLocked, isUserLocked_)
+  /// Flag "isUserActive": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsUserActive, isUserActive, setIsUserActive, isUserActive_)
 
  private:
-  std::optional<QPNumber> isUserLocked_;
-  std::optional<QPNumber> isUserActive_;
+  QPFlag isUserLocked_;
+  QPFlag isUserActive_;
 };
 
 /// Lists the program's own accounts; only the base parameters are sent.
@@ -170,12 +170,12 @@ class BRIVANE_API QPAccountModel : public QPModel {
   std::optional<std::string> programAccno;
   std::optional<std::string> currencyCode;
 
-  std::optional<QPNumber> getIsDefaultFeeAccount() const { return isDefaultFeeAccount_; }
-  bool isDefaultFeeAccount() const { return isDefaultFeeAccount_ && isDefaultFeeAccount_->boolValue(); }
-  void setIsDefaultFeeAccount(std::optional<QPNumber> value) { isDefaultFeeAccount_ = value; }
+  /// Flag "isDefaultFeeAccount": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsDefaultFeeAccount, isDefaultFeeAccount, setIsDefaultFeeAccount,
+                         isDefaultFeeAccount_)
 
  private:
-  std::optional<QPNumber> isDefaultFeeAccount_;
+  QPFlag isDefaultFeeAccount_;
 };
 
 /// The program's accounts. An empty "accounts" list gives an empty list; no key gives nil.

@@ -9,10 +9,12 @@
 #include <string>
 #include <vector>
 
-#include <boost/json.hpp>
+#include <boost/json/value.hpp>
 
 #include "brivane/QPExport.h"
 #include "brivane/api/account/QPAccountCreationTypes.h"
+#include "brivane/api/core/QPDate.h"
+#include "brivane/api/core/QPFlag.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
@@ -73,34 +75,25 @@ class BRIVANE_API QPGetAccountInformationResponse : public QPResponseBase {
   std::optional<std::string> businessCountryCode;
   std::optional<std::string> businessUrl;
 
-  std::optional<QPNumber> getUseDifferentCorrespondenceAddress() const {
-    return useDifferentCorrespondenceAddress_;
-  }
-  bool useDifferentCorrespondenceAddress() const { return truth(useDifferentCorrespondenceAddress_); }
-  void setUseDifferentCorrespondenceAddress(std::optional<QPNumber> value) {
-    useDifferentCorrespondenceAddress_ = value;
-  }
-  std::optional<QPNumber> getIsEmailVerified() const { return isEmailVerified_; }
-  bool isEmailVerified() const { return truth(isEmailVerified_); }
-  void setIsEmailVerified(std::optional<QPNumber> value) { isEmailVerified_ = value; }
-  std::optional<QPNumber> getIsMobilePhoneVerified() const { return isMobilePhoneVerified_; }
-  bool isMobilePhoneVerified() const { return truth(isMobilePhoneVerified_); }
-  void setIsMobilePhoneVerified(std::optional<QPNumber> value) { isMobilePhoneVerified_ = value; }
-  std::optional<QPNumber> getIsMtanEnabled() const { return isMtanEnabled_; }
-  bool isMtanEnabled() const { return truth(isMtanEnabled_); }
-  void setIsMtanEnabled(std::optional<QPNumber> value) { isMtanEnabled_ = value; }
-  std::optional<QPNumber> getIsBusinessUser() const { return isBusinessUser_; }
-  bool isBusinessUser() const { return truth(isBusinessUser_); }
-  void setIsBusinessUser(std::optional<QPNumber> value) { isBusinessUser_ = value; }
+  /// Flag "useDifferentCorrespondenceAddress": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getUseDifferentCorrespondenceAddress, useDifferentCorrespondenceAddress,
+                         setUseDifferentCorrespondenceAddress, useDifferentCorrespondenceAddress_)
+  /// Flag "isEmailVerified": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsEmailVerified, isEmailVerified, setIsEmailVerified, isEmailVerified_)
+  /// Flag "isMobilePhoneVerified": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsMobilePhoneVerified, isMobilePhoneVerified, setIsMobilePhoneVerified,
+                         isMobilePhoneVerified_)
+  /// Flag "isMtanEnabled": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsMtanEnabled, isMtanEnabled, setIsMtanEnabled, isMtanEnabled_)
+  /// Flag "isBusinessUser": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsBusinessUser, isBusinessUser, setIsBusinessUser, isBusinessUser_)
 
  private:
-  static bool truth(const std::optional<QPNumber>& value) { return value && value->boolValue(); }
-
-  std::optional<QPNumber> useDifferentCorrespondenceAddress_;
-  std::optional<QPNumber> isEmailVerified_;
-  std::optional<QPNumber> isMobilePhoneVerified_;
-  std::optional<QPNumber> isMtanEnabled_;
-  std::optional<QPNumber> isBusinessUser_;
+  QPFlag useDifferentCorrespondenceAddress_;
+  QPFlag isEmailVerified_;
+  QPFlag isMobilePhoneVerified_;
+  QPFlag isMtanEnabled_;
+  QPFlag isBusinessUser_;
 };
 
 /// Asks for an account's booked entries. A set start or end date travels as two query items,

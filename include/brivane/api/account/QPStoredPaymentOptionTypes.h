@@ -8,10 +8,11 @@
 #include <string>
 #include <vector>
 
-#include <boost/json.hpp>
+#include <boost/json/value.hpp>
 
 #include "brivane/QPExport.h"
 #include "brivane/api/account/QPAccountCreationTypes.h"
+#include "brivane/api/core/QPDate.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "brivane/QPExport.h"
+#include "brivane/api/core/QPFlag.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
@@ -109,14 +110,13 @@ class BRIVANE_API QPFeeModel : public QPModel {
   std::optional<QPNumber> totalMinimumFee;
   std::optional<std::string> feeId;
 
-  std::optional<QPNumber> getIsWaived() const { return isWaived_; }
-  bool isWaived() const { return isWaived_ && isWaived_->boolValue(); }
-  void setIsWaived(std::optional<QPNumber> value) { isWaived_ = value; }
+  /// Flag "isWaived": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsWaived, isWaived, setIsWaived, isWaived_)
   std::optional<QPNumber> getFeeUnitCode() const { return feeUnitCode_; }
   void setFeeUnitCode(std::optional<QPNumber> value) { feeUnitCode_ = value; }
 
  private:
-  std::optional<QPNumber> isWaived_;
+  QPFlag isWaived_;
   std::optional<QPNumber> feeUnitCode_;
 };
 
@@ -184,16 +184,15 @@ class BRIVANE_API QPLimitModel : public QPModel {
   std::optional<QPNumber> totalMinimumValue;
   std::optional<QPNumber> totalWarningValue;
 
-  std::optional<QPNumber> getIsError() const { return isError_; }
-  bool isError() const { return isError_ && isError_->boolValue(); }
-  void setIsError(std::optional<QPNumber> value) { isError_ = value; }
+  /// Flag "isError": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsError, isError, setIsError, isError_)
   std::optional<QPNumber> getLimitUnitCode() const { return limitUnitCode_; }
   void setLimitUnitCode(std::optional<QPNumber> value) { limitUnitCode_ = value; }
   std::optional<QPNumber> getLimitPeriodCode() const { return limitPeriodCode_; }
   void setLimitPeriodCode(std::optional<QPNumber> value) { limitPeriodCode_ = value; }
 
  private:
-  std::optional<QPNumber> isError_;
+  QPFlag isError_;
   std::optional<QPNumber> limitUnitCode_;
   std::optional<QPNumber> limitPeriodCode_;
 };

@@ -7,16 +7,17 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
-#include <boost/json.hpp>
+#include <boost/json/fwd.hpp>
 
 #include "brivane/QPExport.h"
 #include "brivane/api/core/QPError.h"
 #include "brivane/api/core/QPRequestBase.h"
-#include "brivane/api/core/QPTransportLayer.h"
-#include "brivane/platform/QPMainQueue.h"
 
 namespace brivane {
+
+class QPTransportLayer;
 
 /// Completion of an API operation: (error or nil, response or nil); exactly one is set.
 /// Called once, asynchronously, on the main queue; an empty function is skipped.
@@ -42,14 +43,14 @@ class BRIVANE_API QPBaseAPI {
   const std::shared_ptr<QPTransportLayer>& transportLayer() const { return transportLayer_; }
 
  protected:
-  /// The common call: GET parameters travel as query items, other methods' as a JSON body; the
-  /// answer becomes a `Response` where the transport reads it and reaches `completion` on the
-  /// main queue.
+  // The common call pattern of the families. Defined inside the SDK (the families' sources
+  // include its detail header): the typed answer is built there, never in a host's code.
+
+  /// GET parameters travel as query items, other methods' as a JSON body; the answer becomes a
+  /// `Response` and reaches `completion` on the main queue.
   template <class Response>
   void call(std::string path, std::string_view method, const QPRequestBaseInterface& request,
-            QPCompletion<Response> completion) const {
-    send(std::move(path), method, request, deliver<Response>(std::move(completion)));
-  }
+            QPCompletion<Response> completion) const;
 
   /// The common call of an operation that takes a request object and identifiers for its path.
   /// A nil request or a nil identifier is a client error (`QPClientErrorMissingArgument`)
@@ -60,56 +61,29 @@ class BRIVANE_API QPBaseAPI {
   template <class Response, class Request>
   void call(std::string_view pathFormat, std::initializer_list<QPPathArgument> arguments,
             std::string_view method, const std::shared_ptr<Request>& request,
-            QPCompletion<Response> completion) const {
-    std::string path;
-    if (auto error = composePath(pathFormat, arguments, request != nullptr, &path))
-      return fail(std::move(completion), std::move(*error));
-    call(std::move(path), method, *request, std::move(completion));
-  }
+            QPCompletion<Response> completion) const;
 
   /// The form-encoded call of the token endpoint.
   template <class Response>
-  void callForm(std::string path, QPFormParams fields, QPCompletion<Response> completion) const {
-    sendForm(std::move(path), std::move(fields), deliver<Response>(std::move(completion)));
-  }
+  void callForm(std::string path, std::vector<std::pair<std::string, std::string>> fields,
+                QPCompletion<Response> completion) const;
 
   /// Reports `error` to `completion` on the main queue without sending anything (posted: the
   /// caller is still inside the operation).
   template <class Response>
-  static void fail(QPCompletion<Response> completion, QPError error) {
-    if (!completion) return;
-    QPMainQueue::post([completion = std::move(completion), error = std::move(error)]() {
-      completion(error, std::shared_ptr<Response>());
-    });
-  }
-  /// Turns a transport completion into the operation's typed completion.
-  template <class Response>
-  static QPTransportLayer::Completion deliver(QPCompletion<Response> completion) {
-    return [completion = std::move(completion)](std::optional<boost::json::value> json,
-                                                std::optional<QPError> error) mutable {
-      std::shared_ptr<Response> response;
-      if (!error) {
-        response = std::make_shared<Response>();
-        // (Not `json ? *json : value()`: the conditional would copy the whole document.)
-        if (json) {
-          response->initWithJSONObject(*json);
-        } else {
-          response->initWithJSONObject(boost::json::value());
-        }
-      }
-      if (!completion) return;
-      QPMainQueue::complete([completion = std::move(completion), error = std::move(error),
-                             response = std::move(response)]() { completion(error, response); });
-    };
-  }
+  static void fail(QPCompletion<Response> completion, QPError error);
 
  private:
+  using TransportCompletion =
+      std::function<void(std::optional<boost::json::value> json, std::optional<QPError> error)>;
+
   static std::optional<QPError> composePath(std::string_view pathFormat,
                                             std::initializer_list<QPPathArgument> arguments, bool haveRequest,
                                             std::string* path);
   void send(std::string path, std::string_view method, const QPRequestBaseInterface& request,
-            QPTransportLayer::Completion completion) const;
-  void sendForm(std::string path, QPFormParams fields, QPTransportLayer::Completion completion) const;
+            TransportCompletion completion) const;
+  void sendForm(std::string path, std::vector<std::pair<std::string, std::string>> fields,
+                TransportCompletion completion) const;
 
   std::shared_ptr<QPTransportLayer> transportLayer_;
 };

@@ -8,10 +8,11 @@
 #include <boost/json/fwd.hpp>
 
 #include "brivane/QPExport.h"
-#include "brivane/api/core/QPDate.h"
 #include "brivane/api/core/QPNumber.h"
 
 namespace brivane {
+
+class QPDate;
 
 /// The key-to-field table of a class family (kept inside the SDK).
 template <class Owner>

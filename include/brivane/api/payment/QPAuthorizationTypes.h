@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include <boost/json.hpp>
+#include <boost/json/value.hpp>
 
 #include "brivane/QPExport.h"
 #include "brivane/api/core/QPDate.h"

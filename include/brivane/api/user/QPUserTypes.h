@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "brivane/QPExport.h"
+#include "brivane/api/core/QPFlag.h"
 #include "brivane/api/core/QPNumber.h"
 #include "brivane/api/core/QPRequestBase.h"
 #include "brivane/api/core/QPResponseBase.h"
@@ -99,14 +100,11 @@ class BRIVANE_API QPCheckUserUniquenessResponse : public QPResponseBase {
  public:
   const QPFieldList<QPResponseBase>& fieldList() const override;
 
-  /// The raw boxed value of "found"; nil when the answer had none.
-  std::optional<QPNumber> getIsFound() const { return found_; }
-  /// False when nil, otherwise the value's truth.
-  bool found() const { return found_ && found_->boolValue(); }
-  void setFound(std::optional<QPNumber> value) { found_ = std::move(value); }
+  /// Flag "found": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsFound, found, setFound, found_)
 
  private:
-  std::optional<QPNumber> found_;
+  QPFlag found_;
 };
 
 /// One secondary e-mail address of a user.
@@ -117,14 +115,11 @@ class BRIVANE_API QPSecondaryEmailModel : public QPModel {
 
   std::optional<std::string> emailAddress;
 
-  /// The raw boxed value of "isEmailVerified"; nil when the element had none.
-  std::optional<QPNumber> getIsEmailVerified() const { return isEmailVerified_; }
-  /// False when nil, otherwise the value's truth.
-  bool isEmailVerified() const { return isEmailVerified_ && isEmailVerified_->boolValue(); }
-  void setIsEmailVerified(std::optional<QPNumber> value) { isEmailVerified_ = std::move(value); }
+  /// Flag "isEmailVerified": the number as sent, its truth, its setter.
+  BRIVANE_FLAG_ACCESSORS(getIsEmailVerified, isEmailVerified, setIsEmailVerified, isEmailVerified_)
 
  private:
-  std::optional<QPNumber> isEmailVerified_;
+  QPFlag isEmailVerified_;
 };
 
 /// A user's secondary e-mail addresses ("secondaryEmails"); nil when the answer had no list.
