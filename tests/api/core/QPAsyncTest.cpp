@@ -189,6 +189,34 @@ TEST(QPAsync, LifetimesOfTasksFamiliesAndProviders) {
   EXPECT_EQ(outcome.error()->code(), QPClientErrorMissingArgument);
 }
 
+// Options given first apply to that one call only: a stopped token cancels it, the next call
+// without options goes through.
+TEST(QPAsync, OptionsGivenFirstApplyToThatCallOnly) {
+  test::SandboxClient client;
+  std::stop_source stopped;
+  stopped.request_stop();
+  auto settings = client.provider->settingsAPI();
+  const QPCallOptions stopping{.stop = stopped.get_token()};
+  auto flow = [&]() -> QPTask<std::string> {
+    auto cancelled =
+        co_await awaitCall(stopping, settings, &QPSettingsAPI::getCountries, QPGetCountriesRequest());
+    if (cancelled || cancelled.error()->domain() != QPErrorDomainClient ||
+        cancelled.error()->code() != QPClientErrorCancelled)
+      co_return "the stopped call was not cancelled";
+    auto plain = co_await awaitCall(settings, &QPSettingsAPI::getCountries, QPGetCountriesRequest());
+    co_return plain ? "ok" : "the next call failed";
+  };
+  QPTask<std::string> task = flow();
+  EXPECT_EQ(run(task), "ok");
+  auto future = futureCall(stopping, settings, &QPSettingsAPI::getCountries, QPGetCountriesRequest());
+  EXPECT_TRUE(QPMainQueue::runUntil(
+      [&] { return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
+      std::chrono::seconds(10)));
+  QPResult<QPGetCountriesResponse> result = future.get();
+  ASSERT_TRUE(result.error());
+  EXPECT_EQ(result.error()->code(), QPClientErrorCancelled);
+}
+
 TEST(QPAsync, FutureCallServesAWorkerThreadWhileTheMainLoopRuns) {
   test::SandboxClient client;
   std::atomic<bool> done{false};

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "brivane/api/core/QPBaseAPI.h"
+#include "brivane/api/core/QPCallOptions.h"
 #include "brivane/api/core/QPError.h"
 #include "brivane/platform/QPMainQueue.h"
 
@@ -131,6 +132,15 @@ class QPCallAwaiter {
   std::shared_ptr<QPCallState<R>> state_;
 };
 
+/// A starter that starts its call with `options` in force (read once, as the call starts).
+template <class Start>
+auto withOptions(QPCallOptions options, Start start) {
+  return [options = std::move(options), start = std::move(start)](auto completion) mutable {
+    QPCallOptionsScope scope(std::move(options));
+    start(std::move(completion));
+  };
+}
+
 template <class R, class Start>
 QPCallAwaiter<R, Start> awaiterOf(Start start) {
   return QPCallAwaiter<R, Start>(std::move(start));
@@ -189,6 +199,23 @@ requires detail::QPCallable<Operation, Family, Args...> std::future<QPResult<QPO
 futureCall(std::shared_ptr<Family> family, Operation operation, Args&&... args) {
   return detail::futureOf<QPOperationResponse<Operation>>(
       detail::bindCall(std::move(family), operation, std::forward<Args>(args)...));
+}
+
+/// `awaitCall` with `options` for this one call (a time-out, a retry policy, a stop token, a
+/// listener), over the provider's own: as a `QPCallOptionsScope` around a completion-style call.
+template <class Family, class Operation, class... Args>
+requires detail::QPCallable<Operation, Family, Args...>
+auto awaitCall(QPCallOptions options, std::shared_ptr<Family> family, Operation operation, Args&&... args) {
+  return detail::awaiterOf<QPOperationResponse<Operation>>(detail::withOptions(
+      std::move(options), detail::bindCall(std::move(family), operation, std::forward<Args>(args)...)));
+}
+
+/// `futureCall` with `options` for this one call, as for `awaitCall`.
+template <class Family, class Operation, class... Args>
+requires detail::QPCallable<Operation, Family, Args...> std::future<QPResult<QPOperationResponse<Operation>>>
+futureCall(QPCallOptions options, std::shared_ptr<Family> family, Operation operation, Args&&... args) {
+  return detail::futureOf<QPOperationResponse<Operation>>(detail::withOptions(
+      std::move(options), detail::bindCall(std::move(family), operation, std::forward<Args>(args)...)));
 }
 
 namespace detail {
