@@ -555,6 +555,7 @@ QPRenderedForm QPFormRenderer::render(const QPFormConfiguration& configuration,
       {"{{validationErrorCardHolder}}", text("invalid_card_holder")},
       {"{{validationErrorAccountHolder}}", text("invalid_account_holder")},
       {"{{storePaymentMethodText}}", text("store_payment_option")},
+      {"{{formUnavailableText}}", text("form_unavailable")},
   };
   fills.insert(fills.end(), std::begin(common), std::end(common));
 

@@ -211,7 +211,7 @@ class QPFormRenderTest : public ::testing::Test {
         "cardPh={{{cardNumberPlaceholderJson}}}\ncvvPh={{{cvvPlaceholderJson}}}\n"
         "iban={{validationErrorInvalidIbanCountry}}\nholder={{validationErrorCardHolder}}\n"
         "account={{validationErrorAccountHolder}}\nstore={{storePaymentMethodText}}\n"
-        "auth={{{authorizationToken}}}\nformUrl={{{paymentFormUrl}}}\ncodes=__paymentOptionCodes__\n"
+        "unavailable={{formUnavailableText}}\nauth={{{authorizationToken}}}\nformUrl={{{paymentFormUrl}}}\ncodes=__paymentOptionCodes__\n"
         "iframeCss=__iframeCss__\nsuccess={{{successURL}}}\ncancel={{{cancelURL}}}\n"
         "pp={{{paypalButtonSize}}}|{{{paypalButtonColor}}}|{{{paypalButtonShape}}}|{{{paypalButtonLabel}}}|"
         "{{{paypalButtonTagline}}}\n"
@@ -250,7 +250,8 @@ TEST_F(QPFormRenderTest, CardGatewayWidget) {
   EXPECT_THAT(page.html, HasSubstr("callback=http://sandbox.test/callbacks/payon?paymentOptionCode=MSTRCRD&"
                                    "authorizationToken=tok-1\nbrands=MASTER\ncss=\ncardPh=\ncvvPh=\n"));
   EXPECT_THAT(page.html, HasSubstr("iban=T(iban_country_warning)\nholder=T(invalid_card_holder)\n"
-                                   "account=T(invalid_account_holder)\nstore=T(store_payment_option)\n"));
+                                   "account=T(invalid_account_holder)\nstore=T(store_payment_option)\n"
+                                   "unavailable=T(form_unavailable)\n"));
   // Placeholders of the other providers stay; switched-off sections go.
   EXPECT_THAT(page.html, HasSubstr("auth={{{authorizationToken}}}\n"));
   EXPECT_THAT(page.html, HasSubstr("cvvHint=\ndetect=\nstoreBox=\n"));

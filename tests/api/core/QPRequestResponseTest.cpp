@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "api/core/QPFields.h"
+#include "brivane/api/account/QPStoredPaymentOptionTypes.h"
 #include "brivane/api/auth/QPAccessTokenResponse.h"
 #include "brivane/api/core/QPApiClientModule.h"
 #include "brivane/api/core/QPApiProvider.h"
@@ -231,6 +232,7 @@ TEST(QPRequestEncoding, SetFieldParsesTextsAndRejectsBadOnes) {
                              {"amount", "12abc"},
                              {"count", "1.5"},
                              {"birthDate", "03.02.1990"},
+                             {"birthDate", "1990-02-03T24:00:00"},
                              {"extra", "[1]"},
                              {"nope", "1"}}) {
     why.clear();
@@ -238,6 +240,13 @@ TEST(QPRequestEncoding, SetFieldParsesTextsAndRejectsBadOnes) {
     EXPECT_FALSE(why.empty()) << field;
   }
   EXPECT_TRUE(request.flag) << "a rejected value leaves the field as it was";
+
+  // A 32-bit field refuses what does not fit it.
+  QPCompleteAddStoredPaymentOptionRequest stored;
+  EXPECT_TRUE(stored.setField("expiryMonth", "2147483647", &why));
+  EXPECT_FALSE(stored.setField("expiryMonth", "2147483648", &why));
+  EXPECT_FALSE(stored.setField("expiryMonth", "-2147483649", &why));
+  EXPECT_EQ(stored.expiryMonth, 2147483647);
 }
 
 TEST(QPResponseFilling, NonDictionariesLeaveEveryFieldNil) {

@@ -128,7 +128,7 @@ TEST_F(ErrorFromResponse, OtherErrorValuesGiveTheStatusAndTheErrorText) {
 }
 
 TEST_F(ErrorFromResponse, ResponseCodeFormForAuthAndOtherStatuses) {
-  for (long status : {400L, 401L, 403L, 402L, 404L, 500L, 302L}) {
+  for (long status : {400L, 401L, 403L, 402L, 404L, 500L, 302L, 199L, 300L}) {
     auto error = decide(status, "application/json", R"({"responseCode":"4711","responseDescription":"No."})");
     ASSERT_TRUE(error) << status;
     EXPECT_EQ(error->code(), 4711);
@@ -748,9 +748,15 @@ TEST(QPTransportErrors, ResponseCodesBeyondTheIntegerRangeSaturate) {
     const char* body;
     std::int64_t code;
   } cases[] = {
-      {R"({"responseCode":1e300})", INT64_MAX}, {R"({"responseCode":-1e300})", INT64_MIN},
-      {R"({"responseCode":1e400})", INT64_MAX}, {R"({"responseCode":18446744073709551615})", INT64_MAX},
-      {R"({"responseCode":12.9})", 12},         {R"({"responseCode":"99999999999999999999"})", INT64_MAX},
+      {R"({"responseCode":1e300})", INT64_MAX},
+      {R"({"responseCode":-1e300})", INT64_MIN},
+      {R"({"responseCode":1e400})", INT64_MAX},
+      {R"({"responseCode":18446744073709551615})", INT64_MAX},
+      {R"({"responseCode":12.9})", 12},
+      {R"({"responseCode":"99999999999999999999"})", INT64_MAX},
+      {R"({"responseCode":"-42"})", -42},
+      {R"({"responseCode":" +7 apples"})", 7},
+      {R"({"responseCode":"-99999999999999999999"})", INT64_MIN},
   };
   auto transport = transportFor("http://h");
   for (const Case& c : cases) {
