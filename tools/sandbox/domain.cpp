@@ -174,6 +174,35 @@ std::string validUtf8(std::string_view text) {
   return result;
 }
 
+std::string htmlEscaped(std::string_view text) {
+  std::string result;
+  for (char c : validUtf8(text)) {
+    switch (c) {
+      case '&':
+        result += "&amp;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      case '\'':
+        result += "&#39;";
+        break;
+      case '\\':
+        result += "&#92;";
+        break;
+      default:
+        result.push_back(c);
+    }
+  }
+  return result;
+}
+
 void makeValidUtf8(json::value& value) {
   if (value.is_string()) {
     json::string& string = value.get_string();

@@ -77,6 +77,9 @@ std::string maskedIban(std::string_view iban);
 std::string text(const boost::json::object& object, const char* key);
 /// `text` with every byte sequence that is not UTF-8 replaced by U+FFFD.
 std::string validUtf8(std::string_view text);
+/// `text` as valid UTF-8 with "&", "<", ">", quotes and backslashes written as character
+/// references: safe in an HTML element or a quoted attribute value.
+std::string htmlEscaped(std::string_view text);
 /// Makes every string and key in `value` valid UTF-8, in place.
 void makeValidUtf8(boost::json::value& value);
 

@@ -39,32 +39,6 @@ input[type=search] { font: inherit; padding: .25rem .5rem; width: 24rem; max-wid
 button { font: inherit; padding: .25rem .8rem; }
 )css";
 
-std::string esc(std::string_view text) {
-  std::string result;
-  for (char c : validUtf8(text)) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      case '\'':
-        result += "&#39;";
-        break;
-      default:
-        result += c;
-    }
-  }
-  return result;
-}
-
 // A path segment or query value: everything but unreserved characters percent-encoded.
 std::string encoded(std::string_view text) {
   static constexpr char kHex[] = "0123456789ABCDEF";
@@ -82,18 +56,18 @@ std::string encoded(std::string_view text) {
 }
 
 std::string link(const char* kind, const std::string& key, const std::string& label = {}) {
-  return "<a href=\"/sandbox/" + std::string(kind) + "/" + esc(encoded(key)) + "\">" +
-         esc(label.empty() ? key : label) + "</a>";
+  return "<a href=\"/sandbox/" + std::string(kind) + "/" + htmlEscaped(encoded(key)) + "\">" +
+         htmlEscaped(label.empty() ? key : label) + "</a>";
 }
 
 // "yyyy-MM-dd HH:mm:ss" of the ledger's and histories' date and "HHmmss" time.
 std::string when(const std::string& date, const std::string& time) {
-  if (time.size() != 6) return esc(date + " " + time);
-  return esc(date + " " + time.substr(0, 2) + ":" + time.substr(2, 2) + ":" + time.substr(4, 2));
+  if (time.size() != 6) return htmlEscaped(date + " " + time);
+  return htmlEscaped(date + " " + time.substr(0, 2) + ":" + time.substr(2, 2) + ":" + time.substr(4, 2));
 }
 
 std::string money(std::int64_t minor, const std::string& currency) {
-  return esc(amountText(minor)) + " " + esc(currency);
+  return htmlEscaped(amountText(minor)) + " " + htmlEscaped(currency);
 }
 
 // Keys whose values are secrets wherever they appear in what requests carried.
@@ -139,8 +113,9 @@ std::string members(const json::object& object) {
   std::string html = "<dl>";
   const json::value safe = shown(object);
   for (const auto& [key, value] : safe.get_object())
-    html += "<dt>" + esc(key) + "</dt><dd>" +
-            esc(value.is_string() ? std::string(value.get_string()) : json::serialize(value)) + "</dd>";
+    html += "<dt>" + htmlEscaped(key) + "</dt><dd>" +
+            htmlEscaped(value.is_string() ? std::string(value.get_string()) : json::serialize(value)) +
+            "</dd>";
   return html + "</dl>";
 }
 
@@ -151,7 +126,7 @@ class Table {
     for (const char* heading : headings) {
       const bool number = heading[0] == '#';
       html_ += std::string("<th") + (number ? " class=\"num\"" : "") + ">" +
-               esc(number ? heading + 1 : heading) + "</th>";
+               htmlEscaped(number ? heading + 1 : heading) + "</th>";
     }
     html_ += "</tr></thead><tbody>";
     columns_ = headings.size();
@@ -181,13 +156,13 @@ class Table {
 std::string page(const std::string& title, const std::string& body, const std::string& query = {}) {
   return "<!DOCTYPE html><html lang=\"en\"><head><meta charset=\"utf-8\">"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"><title>" +
-         esc(title) + " · Brivane sandbox</title><style>" + kStyle +
+         htmlEscaped(title) + " · Brivane sandbox</title><style>" + kStyle +
          "</style></head><body><header><a class=\"home\" href=\"/sandbox/\">Brivane sandbox</a>"
          "<form method=\"get\" action=\"/sandbox/search\"><input type=\"search\" name=\"q\" value=\"" +
-         esc(query) +
+         htmlEscaped(query) +
          "\" placeholder=\"Account number, user or payment reference\" aria-label=\"Search\"> "
          "<button>Search</button></form></header><h1 style=\"font-size:1.3rem\">" +
-         esc(title) + "</h1>" + body +
+         htmlEscaped(title) + "</h1>" + body +
          "<p class=\"muted\">Read-only view of this sandbox's state. Secrets (passwords, tokens, card "
          "numbers, security codes) are never shown.</p></body></html>";
 }
@@ -223,18 +198,19 @@ std::string holderName(const Account& account) {
 
 std::string userCell(const Store& store, const std::string& userId) {
   if (userId.empty()) return "<span class=\"muted\">(the program)</span>";
-  return store.users.contains(userId) ? link("users", userId) : esc(userId);
+  return store.users.contains(userId) ? link("users", userId) : htmlEscaped(userId);
 }
 
 std::string accountCell(const Store& store, const std::string& accno) {
-  return store.accounts.contains(accno) ? link("accounts", accno) : esc(accno);
+  return store.accounts.contains(accno) ? link("accounts", accno) : htmlEscaped(accno);
 }
 
 std::string accountsTable(const Store& store, const std::vector<const Account*>& accounts) {
   Table table({"Account", "Type", "Holder", "User", "State", "#Balance"});
   for (const Account* account : accounts)
-    table.row({link("accounts", account->accno), esc(account->accnoType), esc(holderName(*account)),
-               userCell(store, account->userId), esc(account->state),
+    table.row({link("accounts", account->accno), htmlEscaped(account->accnoType),
+               htmlEscaped(holderName(*account)), userCell(store, account->userId),
+               htmlEscaped(account->state),
                "#" + money(balanceOf(store, account->accno), account->currency)});
   return table.html();
 }
@@ -245,7 +221,7 @@ std::string paymentsTable(const Store& store, const std::vector<const Payment*>&
     const std::string last =
         payment->history.empty() ? "" : when(payment->history.back().date, payment->history.back().time);
     table.row({link("payments", payment->uniqueReference), userCell(store, payment->userId),
-               accountCell(store, payment->accno), esc(payment->state),
+               accountCell(store, payment->accno), htmlEscaped(payment->state),
                "#" + money(payment->amount, payment->currency),
                "#" + money(payment->capturedAmount, payment->currency), last});
   }
@@ -261,8 +237,9 @@ std::string optionsTable(const Store& store, const std::vector<const StoredPayme
         number = shownText(*value);
         break;
       }
-    table.row({esc(option->reference), accountCell(store, option->accno), esc(option->paymentOptionCode),
-               esc(option->state), option->isDefault ? "yes" : "", "<code>" + esc(number) + "</code>"});
+    table.row({htmlEscaped(option->reference), accountCell(store, option->accno),
+               htmlEscaped(option->paymentOptionCode), htmlEscaped(option->state),
+               option->isDefault ? "yes" : "", "<code>" + htmlEscaped(number) + "</code>"});
   }
   return table.html();
 }
@@ -271,7 +248,8 @@ std::string outboxTable(const std::vector<OutboxMessage>& messages) {
   Table table({"##", "To", "Kind", "Message"});
   std::size_t number = 0;
   for (const OutboxMessage& message : messages)
-    table.row({"#" + std::to_string(++number), esc(message.to), esc(message.kind), esc(message.text)});
+    table.row({"#" + std::to_string(++number), htmlEscaped(message.to), htmlEscaped(message.kind),
+               htmlEscaped(message.text)});
   return table.html();
 }
 
@@ -287,7 +265,7 @@ std::string overview(const Sandbox::State& state) {
   std::string body;
   Table faults({"Path prefix", "Fault", "#Requests left", "#Delay (ms)"});
   for (const PendingFault& fault : state.faults)
-    faults.row({"<code>" + esc(fault.pathPrefix) + "</code>", esc(faultName(fault.fault)),
+    faults.row({"<code>" + htmlEscaped(fault.pathPrefix) + "</code>", htmlEscaped(faultName(fault.fault)),
                 "#" + std::to_string(fault.remaining), "#" + std::to_string(fault.delay.count())});
   body += "<h2 id=\"faults\">Faults in force</h2>" + faults.html();
 
@@ -297,7 +275,8 @@ std::string overview(const Sandbox::State& state) {
     for (const std::string& accno : user.accnos)
       accounts += (accounts.empty() ? "" : ", ") + accountCell(store, accno);
     auto main = store.mainEmails.find(userId);
-    users.row({link("users", userId), esc(main == store.mainEmails.end() ? userId : main->second), accounts});
+    users.row({link("users", userId), htmlEscaped(main == store.mainEmails.end() ? userId : main->second),
+               accounts});
   }
   body += "<h2 id=\"users\">Users</h2>" + users.html();
   body += "<h2 id=\"accounts\">Accounts</h2>" + accountsTable(store, all(store.accounts));
@@ -308,9 +287,10 @@ std::string overview(const Sandbox::State& state) {
 }
 
 std::string accountPage(const Store& store, const Account& account) {
-  std::string body = "<dl><dt>Account</dt><dd>" + esc(account.accno) + "</dd><dt>Type</dt><dd>" +
-                     esc(account.accnoType) + "</dd><dt>User</dt><dd>" + userCell(store, account.userId) +
-                     "</dd><dt>State</dt><dd>" + esc(account.state) + "</dd><dt>Balance</dt><dd>" +
+  std::string body = "<dl><dt>Account</dt><dd>" + htmlEscaped(account.accno) + "</dd><dt>Type</dt><dd>" +
+                     htmlEscaped(account.accnoType) + "</dd><dt>User</dt><dd>" +
+                     userCell(store, account.userId) + "</dd><dt>State</dt><dd>" +
+                     htmlEscaped(account.state) + "</dd><dt>Balance</dt><dd>" +
                      money(balanceOf(store, account.accno), account.currency) + "</dd></dl>";
   body += "<h2>Holder</h2>" + members(account.information);
   Table ledger({"##", "Date", "Reference", "Type", "Description", "Counterparty", "#Amount", "#Balance"});
@@ -318,9 +298,10 @@ std::string accountPage(const Store& store, const Account& account) {
   for (const LedgerEntry& entry : store.ledger) {
     if (entry.accno != account.accno) continue;
     running += entry.amount;
-    ledger.row({"#" + std::to_string(entry.sequence), when(entry.date, entry.time), esc(entry.entryReference),
-                esc(entry.type), esc(entry.description), accountCell(store, entry.counterparty),
-                "#" + money(entry.amount, entry.currency), "#" + esc(amountText(running))});
+    ledger.row({"#" + std::to_string(entry.sequence), when(entry.date, entry.time),
+                htmlEscaped(entry.entryReference), htmlEscaped(entry.type), htmlEscaped(entry.description),
+                accountCell(store, entry.counterparty), "#" + money(entry.amount, entry.currency),
+                "#" + htmlEscaped(amountText(running))});
   }
   body += "<h2>Ledger</h2>" + ledger.html();
   std::vector<const Payment*> payments;
@@ -332,28 +313,29 @@ std::string accountPage(const Store& store, const Account& account) {
     if (option.accno == account.accno) options.push_back(&option);
   body += "<h2>Stored payment options</h2>" + optionsTable(store, options);
   Table devices({"Device type", "Client"});
-  for (const Device& device : account.devices) devices.row({esc(device.deviceType), esc(device.clientId)});
+  for (const Device& device : account.devices)
+    devices.row({htmlEscaped(device.deviceType), htmlEscaped(device.clientId)});
   body += "<h2>Devices</h2>" + devices.html();
   return page("Account " + account.accno, body);
 }
 
 std::string paymentPage(const Store& store, const Payment& payment) {
-  std::string body = "<dl><dt>Reference</dt><dd>" + esc(payment.uniqueReference) + "</dd><dt>User</dt><dd>" +
-                     userCell(store, payment.userId) + "</dd><dt>Account</dt><dd>" +
-                     accountCell(store, payment.accno) + "</dd><dt>State</dt><dd>" + esc(payment.state) +
-                     "</dd><dt>Amount</dt><dd>" + money(payment.amount, payment.currency) +
-                     "</dd><dt>Captured</dt><dd>" + money(payment.capturedAmount, payment.currency) +
-                     "</dd></dl>";
+  std::string body = "<dl><dt>Reference</dt><dd>" + htmlEscaped(payment.uniqueReference) +
+                     "</dd><dt>User</dt><dd>" + userCell(store, payment.userId) +
+                     "</dd><dt>Account</dt><dd>" + accountCell(store, payment.accno) +
+                     "</dd><dt>State</dt><dd>" + htmlEscaped(payment.state) + "</dd><dt>Amount</dt><dd>" +
+                     money(payment.amount, payment.currency) + "</dd><dt>Captured</dt><dd>" +
+                     money(payment.capturedAmount, payment.currency) + "</dd></dl>";
   Table history({"Date", "State", "Call"});
   for (const PaymentEvent& event : payment.history)
-    history.row(
-        {when(event.date, event.time), esc(event.state), "<code>" + esc(event.operation) + "</code>"});
+    history.row({when(event.date, event.time), htmlEscaped(event.state),
+                 "<code>" + htmlEscaped(event.operation) + "</code>"});
   body += "<h2>History</h2>" + history.html();
   Table ledger({"##", "Date", "Account", "Type", "Description", "#Amount"});
   for (const LedgerEntry& entry : store.ledger)
     if (entry.entryReference.ends_with("-" + payment.uniqueReference))
       ledger.row({"#" + std::to_string(entry.sequence), when(entry.date, entry.time),
-                  accountCell(store, entry.accno), esc(entry.type), esc(entry.description),
+                  accountCell(store, entry.accno), htmlEscaped(entry.type), htmlEscaped(entry.description),
                   "#" + money(entry.amount, entry.currency)});
   body += "<h2>Bookings</h2>" + ledger.html();
   body += "<h2>Details</h2>" + members(payment.details);
@@ -362,11 +344,11 @@ std::string paymentPage(const Store& store, const Payment& payment) {
 
 std::string userPage(const Store& store, const User& user) {
   auto main = store.mainEmails.find(user.userId);
-  std::string body = "<dl><dt>User</dt><dd>" + esc(user.userId) + "</dd><dt>Main e-mail</dt><dd>" +
-                     esc(main == store.mainEmails.end() ? user.userId : main->second) + "</dd></dl>";
+  std::string body = "<dl><dt>User</dt><dd>" + htmlEscaped(user.userId) + "</dd><dt>Main e-mail</dt><dd>" +
+                     htmlEscaped(main == store.mainEmails.end() ? user.userId : main->second) + "</dd></dl>";
   Table emails({"Secondary e-mail", "Verified"});
   for (const SecondaryEmail& email : user.secondaryEmails)
-    emails.row({esc(email.emailAddress), email.isEmailVerified ? "yes" : "no"});
+    emails.row({htmlEscaped(email.emailAddress), email.isEmailVerified ? "yes" : "no"});
   body += "<h2>Secondary e-mails</h2>" + emails.html();
   std::vector<const Account*> accounts;
   for (const std::string& accno : user.accnos)
@@ -455,7 +437,7 @@ void serve(Sandbox::State& state, const char* pattern, Render render) {
 
 std::string notFound(const char* kind, const std::string& key, int* status) {
   *status = 404;
-  return page("Not found", "<p>The sandbox has no " + std::string(kind) + " '" + esc(key) + "'.</p>");
+  return page("Not found", "<p>The sandbox has no " + std::string(kind) + " '" + htmlEscaped(key) + "'.</p>");
 }
 
 }  // namespace

@@ -54,35 +54,6 @@ std::string replaced(std::string text, const std::string& marker, const std::str
   return text;
 }
 
-std::string htmlEscaped(const std::string& text) {
-  std::string result;
-  for (char c : text) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      case '\'':
-        result += "&#39;";
-        break;
-      case '\\':
-        result += "&#92;";
-        break;
-      default:
-        result.push_back(c);
-    }
-  }
-  return result;
-}
-
 // `title` and `text` name the page's texts (see pages::labelsScript()).
 void servePage(httplib::Server& server, const std::string& path, const std::string& title,
                const std::string& text, bool cancelled = false) {
