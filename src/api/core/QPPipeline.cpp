@@ -368,7 +368,8 @@ class Retry final : public Step {
     return false;
   }
 
-  // "Retry-After" in seconds; nil when absent or not a number of seconds.
+  // "Retry-After" as seconds or as an HTTP date ("Sun, 06 Nov 1994 08:49:37 GMT", read without
+  // the process's locale); nil when absent or neither.
   static std::optional<std::chrono::milliseconds> retryAfter(const QPHttpResult& result) {
     for (const auto& [name, value] : result.headers) {
       if (name.size() != 11 || !std::equal(name.begin(), name.end(), "retry-after", [](char a, char b) {
@@ -377,10 +378,39 @@ class Retry final : public Step {
         continue;
       long long seconds = -1;
       auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), seconds);
-      if (ec != std::errc() || end != value.data() + value.size() || seconds < 0) return std::nullopt;
-      return std::chrono::milliseconds(std::min<long long>(seconds, 1LL << 30) * 1000);
+      if (ec == std::errc() && end == value.data() + value.size() && seconds >= 0)
+        return std::chrono::milliseconds(std::min<long long>(seconds, 1LL << 30) * 1000);
+      if (std::optional<std::chrono::sys_seconds> date = httpDate(value)) {
+        auto ahead = *date - std::chrono::system_clock::now();
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::max(ahead, decltype(ahead)::zero()));
+      }
+      return std::nullopt;
     }
     return std::nullopt;
+  }
+
+  // An IMF-fixdate, the form HTTP servers send.
+  static std::optional<std::chrono::sys_seconds> httpDate(std::string_view text) {
+    static constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
+    if (text.size() != 29 || text[3] != ',' || text.substr(25) != " GMT") return std::nullopt;
+    auto number = [&](std::size_t at, std::size_t count) -> int {
+      int value = 0;
+      auto [end, ec] = std::from_chars(text.data() + at, text.data() + at + count, value);
+      return ec == std::errc() && end == text.data() + at + count ? value : -1;
+    };
+    const std::size_t month = kMonths.find(text.substr(8, 3));
+    const int day = number(5, 2), year = number(12, 4), hour = number(17, 2), minute = number(20, 2),
+              second = number(23, 2);
+    if (month == std::string_view::npos || month % 3 != 0 || day < 1 || year < 0 || hour < 0 || hour > 23 ||
+        minute < 0 || minute > 59 || second < 0 || second > 60)
+      return std::nullopt;
+    const std::chrono::year_month_day date{std::chrono::year{year},
+                                           std::chrono::month{static_cast<unsigned>(month / 3 + 1)},
+                                           std::chrono::day{static_cast<unsigned>(day)}};
+    if (!date.ok()) return std::nullopt;
+    return std::chrono::sys_days{date} + std::chrono::hours{hour} + std::chrono::minutes{minute} +
+           std::chrono::seconds{second};
   }
 
   static std::optional<std::chrono::milliseconds> waitBeforeNext(const State& state, const Outcome& outcome) {

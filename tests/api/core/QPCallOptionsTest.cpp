@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <ctime>
 #include <filesystem>
 #include <iterator>
 #include <stop_token>
@@ -246,18 +247,31 @@ TEST(QPCallRetries, OnlyWhatThePolicyAllowsIsTriedAgainAndTheCallCompletesOnce) 
 }
 
 TEST(QPCallRetries, RetryAfterIsHonouredUpToMaxBackoff) {
+  // An HTTP date this many seconds ahead.
+  auto dateIn = [](int seconds) {
+    const std::time_t at = std::time(nullptr) + seconds;
+    std::tm tm{};
+    gmtime_r(&at, &tm);
+    char text[40];
+    std::strftime(text, sizeof text, "%a, %d %b %Y %H:%M:%S GMT", &tm);
+    return std::string(text);
+  };
   struct Case {
-    const char* retryAfter;
+    const char* retryAfter;  // nil: an HTTP date `dateAhead` seconds ahead, made when the call starts
+    int dateAhead;
     std::chrono::milliseconds maxBackoff;
     std::chrono::milliseconds atLeast, below;
   } cases[] = {
-      {"1", 5s, 900ms, 4s},    // waits the second asked for, not the 1 ms backoff
-      {"100", 50ms, 0ms, 4s},  // a hundred seconds asked, capped at 50 ms
+      {"1", 0, 5s, 900ms, 4s},        // waits the second asked for, not the 1 ms backoff
+      {"100", 0, 50ms, 0ms, 4s},      // a hundred seconds asked, capped at 50 ms
+      {nullptr, 2, 5s, 900ms, 4s},    // a date two seconds ahead (whole seconds: 1 to 2 s)
+      {nullptr, 100, 50ms, 0ms, 4s},  // a date far ahead, capped
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.retryAfter);
+    const std::string retryAfter = c.retryAfter ? c.retryAfter : dateIn(c.dateAhead);
+    SCOPED_TRACE(retryAfter);
     auto http = std::make_shared<QPFakeHttpClient>();
-    http->respond("GET", "/settings/country", 503, "{}", {{"Retry-After", c.retryAfter}});
+    http->respond("GET", "/settings/country", 503, "{}", {{"Retry-After", retryAfter}});
     http->respond("GET", "/settings/country", 200, R"({"countries":[]})");
     auto provider = providerFor(
         "http://h", {.retry = QPRetryPolicy{.initialBackoff = 1ms, .maxBackoff = c.maxBackoff}}, http);

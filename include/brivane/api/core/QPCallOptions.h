@@ -17,7 +17,7 @@ namespace brivane {
 /// 52 (empty reply) and 56 (receive failure), and the HTTP statuses 408, 429, 500, 502, 503 and
 /// 504. The wait before attempt n+1 is drawn uniformly from 0 to
 /// min(`maxBackoff`, `initialBackoff` × `multiplier`^(n-1)) ("full jitter"); an answer's
-/// `Retry-After` (in seconds) replaces it, capped at `maxBackoff`. No attempt starts once
+/// `Retry-After` (seconds or an HTTP date) replaces it, capped at `maxBackoff`. No attempt starts once
 /// `maxTotal` would be passed. Only GET operations are retried unless `retryNonIdempotent` is
 /// set: PUT and POST create accounts and payments, and a repeated `initAuthorize` or `transfer`
 /// moves money twice. The completion runs once, with the last attempt's result. Plain value type.
