@@ -460,7 +460,6 @@ TEST_F(QPPaymentFormFlowTest, ValidationWaitsOnceOrTwiceAndAnswersOnce) {
     EXPECT_EQ(answers[0].first, c.element);
     EXPECT_EQ(answers[0].second, c.valid);
     EXPECT_GE(elapsed, c.atLeast);
-    EXPECT_LT(elapsed, 3.0);
     // With an empty input the page's own submit showed its errors first.
     EXPECT_EQ(evaluate("document.querySelectorAll('.wpwl-group-cvv.wpwl-has-error').length > 0"),
               boost::json::value(!c.clear.empty()));
@@ -485,8 +484,7 @@ TEST_F(QPPaymentFormFlowTest, ScriptErrorsMakeValidationFail) {
   const double elapsed = secondsSince(start);
   pumpFor(0.4);
   EXPECT_EQ(answers, std::vector<bool>{false});
-  EXPECT_GE(elapsed, 0.25);  // "not empty": one wait only
-  EXPECT_LT(elapsed, 0.55);
+  EXPECT_GE(elapsed, 0.25);  // how many waits: FieldValidationTest
 }
 
 TEST_F(QPPaymentFormFlowTest, ABeforeSubmitWithoutArgumentsLeadsTo3dSecureToolbar) {
