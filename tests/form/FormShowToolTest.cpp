@@ -14,6 +14,7 @@
 #include <boost/json.hpp>
 
 #include "sandbox/Sandbox.h"
+#include "support/Command.h"
 
 namespace brivane {
 namespace {
@@ -22,22 +23,13 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 // The tool built beside this test program.
-std::filesystem::path tool() {
-  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
-}
-
 // Runs `brivane form show ARGUMENTS` from the root directory, as a shell anywhere would, so that
 // nothing is found by way of the working directory: the exit code (-1 when it did not exit) and
 // what it printed.
 std::pair<int, std::string> formShow(const std::string& arguments) {
-  const std::string command = "cd / && " + tool().string() + " form show " + arguments + " 2>/dev/null";
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return {-1, "popen failed"};
-  std::string out;
-  char buffer[4096];
-  for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-  const int status = pclose(pipe);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+  auto [status, out] =
+      test::runCommand("cd / && " + test::builtTool().string() + " form show " + arguments + " 2>/dev/null");
+  return {status, out};
 }
 
 struct ShopperRun {
@@ -47,7 +39,7 @@ struct ShopperRun {
 };
 
 TEST(FormShowTool, TheScriptedShopperEndsWithTheOutcomesExitCode) {
-  ASSERT_TRUE(std::filesystem::exists(tool())) << tool();
+  ASSERT_TRUE(std::filesystem::exists(test::builtTool())) << test::builtTool();
   const ShopperRun runs[] = {
       {"--provider 6 --options BNKACCT --token ci-1 --shopper approve", 0, "success BNKACCT ci-1 data="},
       {"--provider 0 --options VISA --token ci-2 --shopper decline", 1, "error {"},
@@ -68,7 +60,7 @@ TEST(FormShowTool, TheScriptedShopperEndsWithTheOutcomesExitCode) {
 // `brivane demo --show-form` opens the form against its own sandbox: the form uses that one and
 // the page's outcome reaches the payment there.
 TEST(FormShowTool, ARunningSandboxServesTheFormAndKeepsItsOutcome) {
-  ASSERT_TRUE(std::filesystem::exists(tool())) << tool();
+  ASSERT_TRUE(std::filesystem::exists(test::builtTool())) << test::builtTool();
   sandbox::Sandbox sandbox;
   ASSERT_TRUE(sandbox.start());
   httplib::Client http(sandbox.baseUrl());

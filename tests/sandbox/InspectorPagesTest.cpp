@@ -8,6 +8,7 @@
 #include <regex>
 #include <set>
 
+#include "support/Command.h"
 #include "support/RestCaller.h"
 
 namespace brivane::sandbox {
@@ -43,13 +44,7 @@ class InspectorPages : public ::testing::Test {
 std::string chromium(const std::string& arguments, const std::string& url) {
   const std::string command = "chromium --headless --no-sandbox --disable-gpu --hide-scrollbars " +
                               arguments + " '" + url + "' 2>/dev/null";
-  FILE* pipe = popen(command.c_str(), "r");
-  std::string out;
-  char buffer[4096];
-  std::size_t got;
-  while (pipe != nullptr && (got = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, got);
-  if (pipe != nullptr) pclose(pipe);
-  return out;
+  return test::runCommand(command).out;
 }
 
 // In a real browser: an account opened through the API appears with its balance, on the overview

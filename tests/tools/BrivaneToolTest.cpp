@@ -16,6 +16,7 @@
 
 #include <boost/json.hpp>
 
+#include "support/Command.h"
 #include "support/TestSupport.h"
 
 namespace brivane {
@@ -27,29 +28,18 @@ using ::testing::MatchesRegex;
 // Runs the `brivane` tool built beside this test program, as an integrator's script would.
 class BrivaneTool : public ::testing::Test {
  protected:
-  struct Outcome {
-    int status = -1;
-    std::string out;
-  };
+  using Outcome = test::CommandOutcome;
 
   void SetUp() override {
-    tool_ = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
+    tool_ = test::builtTool();
     ASSERT_TRUE(std::filesystem::exists(tool_)) << "brivane tool not built at " << tool_;
   }
 
   // `environment` goes before the tool's path (e.g. "env -u DISPLAY "). With it, the tool's
   // error output is kept too.
   Outcome run(const std::string& arguments, const std::string& environment = "") {
-    std::string command =
-        environment + tool_.string() + " " + arguments + (environment.empty() ? " 2>/dev/null" : " 2>&1");
-    FILE* pipe = popen(command.c_str(), "r");
-    Outcome outcome;
-    std::array<char, 4096> buffer{};
-    std::size_t got;
-    while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) outcome.out.append(buffer.data(), got);
-    int raw = pclose(pipe);
-    outcome.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return outcome;
+    return test::runCommand(environment + tool_.string() + " " + arguments +
+                            (environment.empty() ? " 2>/dev/null" : " 2>&1"));
   }
 
   std::filesystem::path tool_;
@@ -285,14 +275,8 @@ TEST_F(BrivaneTool, SecretsComeFromFilesStandardInputOrTheEnvironment) {
        2, 0, nullptr},
   };
   for (const Case& c : cases) {
-    FILE* pipe = popen((c.command + " 2>/dev/null").c_str(), "r");
-    std::string out;
-    std::array<char, 4096> buffer{};
-    std::size_t got;
-    while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) out.append(buffer.data(), got);
-    int raw = pclose(pipe);
-    ASSERT_TRUE(WIFEXITED(raw)) << c.command;
-    EXPECT_EQ(WEXITSTATUS(raw), c.status) << c.command << "\n" << out;
+    const auto [status, out] = test::runCommand(c.command + " 2>/dev/null");
+    EXPECT_EQ(status, c.status) << c.command << "\n" << out;
     if (c.status == 1 && c.errorCode > 0) {
       EXPECT_EQ(boost::json::parse(out).at("error").at("code"), c.errorCode);
     } else if (c.status == 1) {
@@ -344,15 +328,8 @@ TEST_F(BrivaneTool, AFailedWriteExitsOneWithAMessage) {
        {"--version", "help", "help call", "call settings getCountries", "call settings getCountries --help",
         "style css --provider 0", "form render --provider 0 --options VISA --token T --api-url http://a/",
         "form --help", "sandbox --port 0", "demo"}) {
-    FILE* pipe = popen((tool_.string() + " " + arguments + " 2>&1 >/dev/full").c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string messages;
-    std::array<char, 4096> buffer{};
-    std::size_t got;
-    while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) messages.append(buffer.data(), got);
-    int raw = pclose(pipe);
-    ASSERT_TRUE(WIFEXITED(raw)) << arguments;
-    EXPECT_EQ(WEXITSTATUS(raw), 1) << arguments << "\n" << messages;
+    const auto [status, messages] = test::runCommand(tool_.string() + " " + arguments + " 2>&1 >/dev/full");
+    EXPECT_EQ(status, 1) << arguments << "\n" << messages;
     EXPECT_THAT(messages, HasSubstr("cannot write")) << arguments;
   }
 }
@@ -435,13 +412,8 @@ TEST_F(BrivaneTool, CallPrintsRealNumbersInTheirShortestDecimalForm) {
 
 // The tool starts without GTK or the web engine; only `form show` starts the form program.
 TEST_F(BrivaneTool, LoadsNoGtkAndShowsTheFormOnlyWithADisplay) {
-  FILE* pipe = popen(("ldd " + tool_.string()).c_str(), "r");
-  ASSERT_NE(pipe, nullptr);
-  std::string libraries;
-  std::array<char, 4096> buffer{};
-  std::size_t got;
-  while ((got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0) libraries.append(buffer.data(), got);
-  ASSERT_EQ(pclose(pipe), 0);
+  const auto [status, libraries] = test::runCommand("ldd " + tool_.string());
+  ASSERT_EQ(status, 0);
   EXPECT_THAT(libraries, HasSubstr("libBrivaneSDK.so"));
   for (const char* heavy : {"libgtk", "libwebkit", "libBrivaneSDKForm"})
     EXPECT_EQ(libraries.find(heavy), std::string::npos) << heavy;
