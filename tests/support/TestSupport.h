@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "api/core/QPFields.h"
 #include "brivane/api/account/QPAccountAPI.h"
 #include "brivane/api/auth/QPAuthenticationAPI.h"
 #include "brivane/api/core/QPApiClientModule.h"
@@ -22,6 +23,45 @@
 #include "sandbox/Sandbox.h"
 
 namespace brivane::test {
+
+/// Everything written to the SDK's log and to GLib's log while it lives (any thread).
+class LogCapture {
+ public:
+  LogCapture() {
+    previousSink_ = fields::setLogSink([this](const std::string& line) { add(line); });
+    previousHandler_ = g_log_set_default_handler(
+        [](const gchar* domain, GLogLevelFlags, const gchar* message, gpointer self) {
+          static_cast<LogCapture*>(self)->add(std::string(domain ? domain : "") + ": " +
+                                              (message ? message : ""));
+        },
+        this);
+  }
+  ~LogCapture() {
+    fields::setLogSink(previousSink_);
+    g_log_set_default_handler(previousHandler_, nullptr);
+  }
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  void add(const std::string& line) {
+    std::lock_guard lock(mutex_);
+    lines_.push_back(line);
+  }
+  std::vector<std::string> lines() {
+    std::lock_guard lock(mutex_);
+    return lines_;
+  }
+  void clear() {
+    std::lock_guard lock(mutex_);
+    lines_.clear();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::string> lines_;
+  std::function<void(const std::string&)> previousSink_;
+  GLogFunc previousHandler_ = nullptr;
+};
 
 /// Collects one completion and remembers where and how often it ran.
 template <class Response>

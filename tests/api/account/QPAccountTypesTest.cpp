@@ -7,22 +7,10 @@
 
 #include "api/core/QPFields.h"
 #include "brivane/api/account/QPAccountAPI.h"
+#include "support/TestSupport.h"
 
 namespace brivane {
 namespace {
-
-/// Collects the SDK's log lines while alive.
-class LogCapture {
- public:
-  LogCapture() {
-    previous_ = fields::setLogSink([this](const std::string& line) { lines.push_back(line); });
-  }
-  ~LogCapture() { fields::setLogSink(previous_); }
-  std::vector<std::string> lines;
-
- private:
-  std::function<void(const std::string&)> previous_;
-};
 
 template <class T>
 std::shared_ptr<T> filled(const char* json) {
@@ -168,9 +156,9 @@ TEST(QPAccountTypes, ResponsesAndModelsFillTheirFieldsFromTheirKeys) {
   };
   for (const FillCase& c : cases) {
     SCOPED_TRACE(c.name);
-    LogCapture log;
+    test::LogCapture log;
     c.check();
-    EXPECT_EQ(log.lines.size(), c.logLines);
+    EXPECT_EQ(log.lines().size(), c.logLines);
   }
 }
 

@@ -22,38 +22,6 @@ const std::string kToken = "canary-token-7Qz";
 const std::string kPassword = "canary-password-9Xk";
 const std::string kCard = "4111111111111111";
 
-// Everything written to the SDK's log and to GLib's log while it lives.
-class LogCapture {
- public:
-  LogCapture() {
-    previousSink_ = fields::setLogSink([this](const std::string& line) { add(line); });
-    previousHandler_ = g_log_set_default_handler(
-        [](const gchar* domain, GLogLevelFlags, const gchar* message, gpointer self) {
-          static_cast<LogCapture*>(self)->add(std::string(domain ? domain : "") + ": " +
-                                              (message ? message : ""));
-        },
-        this);
-  }
-  ~LogCapture() {
-    fields::setLogSink(previousSink_);
-    g_log_set_default_handler(previousHandler_, nullptr);
-  }
-  void add(const std::string& line) {
-    std::lock_guard lock(mutex_);
-    lines_.push_back(line);
-  }
-  std::vector<std::string> lines() {
-    std::lock_guard lock(mutex_);
-    return lines_;
-  }
-
- private:
-  std::mutex mutex_;
-  std::vector<std::string> lines_;
-  std::function<void(const std::string&)> previousSink_;
-  GLogFunc previousHandler_ = nullptr;
-};
-
 // A hostile back end that echoes secrets into every answer it can.
 class LeakyServer {
  public:
@@ -90,7 +58,7 @@ class LeakyServer {
 };
 
 TEST(QPLogCanary, NoSecretReachesALogLineOrAnErrorDescription) {
-  LogCapture log;
+  test::LogCapture log;
   LeakyServer server;
   auto tokens = std::make_shared<QPDefaultAccessTokenProvider>();
   tokens->setAccessToken(kToken);

@@ -11,6 +11,7 @@
 #include "brivane/api/core/QPApiClientModule.h"
 #include "brivane/api/core/QPApiProvider.h"
 #include "brivane/api/settings/QPSettingsTypes.h"
+#include "support/TestSupport.h"
 
 namespace brivane {
 namespace {
@@ -363,12 +364,7 @@ TEST(QPResponseFilling, AccessTokenResponseTakesItsFourKeys) {
 
 class ModelLog : public ::testing::Test {
  protected:
-  void SetUp() override {
-    previous_ = fields::setLogSink([this](const std::string& line) { lines.push_back(line); });
-  }
-  void TearDown() override { fields::setLogSink(previous_); }
-  std::vector<std::string> lines;
-  std::function<void(const std::string&)> previous_;
+  test::LogCapture log_;
 };
 
 TEST_F(ModelLog, AModelStopsAtItsFirstUnknownKeyAndLogsOnce) {
@@ -376,9 +372,9 @@ TEST_F(ModelLog, AModelStopsAtItsFirstUnknownKeyAndLogsOnce) {
   model.initWithDictionary(boost::json::parse(R"({"countryName":"Austria","flag":"AT","countryCode":"AT"})"));
   EXPECT_EQ(model.countryName, "Austria");
   EXPECT_FALSE(model.countryCode);
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_THAT(lines[0], ::testing::HasSubstr("QPCountryModel"));
-  EXPECT_THAT(lines[0], ::testing::HasSubstr("flag"));
+  ASSERT_EQ(log_.lines().size(), 1u);
+  EXPECT_THAT(log_.lines()[0], ::testing::HasSubstr("QPCountryModel"));
+  EXPECT_THAT(log_.lines()[0], ::testing::HasSubstr("flag"));
 }
 
 TEST_F(ModelLog, ResponsesWithListsBuildModelsWithoutFilteringElements) {
@@ -392,7 +388,7 @@ TEST_F(ModelLog, ResponsesWithListsBuildModelsWithoutFilteringElements) {
   EXPECT_FALSE((*response.countries)[1]->countryName);  // not a dictionary: an empty model
   EXPECT_EQ((*response.countries)[2]->countryCode, "DE");
   EXPECT_FALSE((*response.countries)[2]->countryName);
-  EXPECT_EQ(lines.size(), 1u);
+  EXPECT_EQ(log_.lines().size(), 1u);
 
   QPGetCountriesResponse empty, absent, wrong;
   empty.initWithJSONObject(boost::json::parse(R"({"countries":[]})"));
@@ -413,16 +409,16 @@ TEST_F(ModelLog, LinesNameClassKeyAndTypeButNeverTheValue) {
       R"([")" + card + R"("])",                        // not a dictionary
   };
   for (const std::string& text : cases) {
-    lines.clear();
+    log_.clear();
     QPCountryModel model;
     model.initWithDictionary(boost::json::parse(text));
-    ASSERT_EQ(lines.size(), 1u) << text;
-    EXPECT_THAT(lines[0], ::testing::HasSubstr("QPCountryModel")) << text;
+    ASSERT_EQ(log_.lines().size(), 1u) << text;
+    EXPECT_THAT(log_.lines()[0], ::testing::HasSubstr("QPCountryModel")) << text;
     if (text.find("unknownKey") != std::string::npos) {
-      EXPECT_THAT(lines[0], ::testing::HasSubstr("\"unknownKey\" (a text)"));
-      EXPECT_THAT(lines[0], ::testing::Not(::testing::HasSubstr(card)));
+      EXPECT_THAT(log_.lines()[0], ::testing::HasSubstr("\"unknownKey\" (a text)"));
+      EXPECT_THAT(log_.lines()[0], ::testing::Not(::testing::HasSubstr(card)));
     } else if (text.find("x\":1") == std::string::npos) {
-      EXPECT_THAT(lines[0], ::testing::Not(::testing::HasSubstr(card))) << text;
+      EXPECT_THAT(log_.lines()[0], ::testing::Not(::testing::HasSubstr(card))) << text;
     }
   }
 }
@@ -434,15 +430,15 @@ TEST_F(ModelLog, ManyFailingElementsOfOneAnswerGiveOneLineWithACount) {
   response.initWithJSONObject(boost::json::object{{"countries", std::move(countries)}});
   ASSERT_TRUE(response.countries);
   EXPECT_EQ(response.countries->size(), 100000u);
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_THAT(lines[0], ::testing::HasSubstr("flag"));
-  EXPECT_THAT(lines[0], ::testing::HasSubstr("99999 more"));
+  ASSERT_EQ(log_.lines().size(), 1u);
+  EXPECT_THAT(log_.lines()[0], ::testing::HasSubstr("flag"));
+  EXPECT_THAT(log_.lines()[0], ::testing::HasSubstr("99999 more"));
 
-  lines.clear();  // the next answer starts its own count
+  log_.clear();  // the next answer starts its own count
   QPGetCountriesResponse next;
   next.initWithJSONObject(boost::json::parse(R"({"countries":[{"flag":1},{"countryCode":"AT"}]})"));
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_THAT(lines[0], ::testing::Not(::testing::HasSubstr("more")));
+  ASSERT_EQ(log_.lines().size(), 1u);
+  EXPECT_THAT(log_.lines()[0], ::testing::Not(::testing::HasSubstr("more")));
 }
 
 TEST(QPNumberConversion, EveryDoubleHasADefinedInteger) {

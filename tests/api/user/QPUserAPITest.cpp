@@ -314,15 +314,15 @@ TEST(QPUserResponses, BoxedTruthValuesAndSecondaryEmailModels) {
     EXPECT_EQ(response.found(), c.found) << c.json;
   }
 
-  std::vector<std::string> log;
-  auto previous = fields::setLogSink([&](const std::string& line) { log.push_back(line); });
+  auto capture = std::make_unique<test::LogCapture>();
   QPGetSecondaryEmailsResponse emails;
   emails.initWithJSONObject(boost::json::parse(R"({"secondaryEmails": [
       {"emailAddress": "a@example.test", "isEmailVerified": true},
       {"emailAddress": "b@example.test"},
       {"emailAddress": "c@example.test", "other": 1, "isEmailVerified": true},
       "not an object"], "responseCode": "0000"})"));
-  fields::setLogSink(previous);
+  const std::vector<std::string> log = capture->lines();
+  capture.reset();
   ASSERT_TRUE(emails.secondaryEmails);
   const auto& list = *emails.secondaryEmails;
   ASSERT_EQ(list.size(), 4u);
