@@ -56,6 +56,8 @@ constexpr const char* kHttpBodyScript =
 constexpr const char* kFormWidgetCSS = R"CSS(
 .brivane-busy { background: rgba(128, 128, 128, 0.28); }
 .brivane-dimmed { background: rgba(0, 0, 0, 0.3); }
+.brivane-busy-card { padding: 16px; border-radius: 12px; background: @theme_bg_color;
+  box-shadow: 0 2px 8px alpha(black, 0.25); }
 .brivane-notice { margin: 16px; padding: 16px; border-radius: 8px; background: @theme_bg_color;
   border: 1px solid alpha(currentColor, 0.25); }
 )CSS";
@@ -114,16 +116,21 @@ std::unique_ptr<Gtk::Box> busyOverlay(const char* cssClass, int spinnerSize) {
   const std::string name = QPUtils::LStr("processing_payment");
   gtk_accessible_update_property(GTK_ACCESSIBLE(box->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(),
                                  -1);
+  // The spinner sits on a card of the theme's background, so that it reads over whatever part of
+  // the page lies under the centre (the Pay button's label, say).
+  auto* card = Gtk::make_managed<Gtk::Box>();
+  card->add_css_class("brivane-busy-card");
+  card->set_hexpand(true);
+  card->set_vexpand(true);
+  card->set_halign(Gtk::Align::CENTER);
+  card->set_valign(Gtk::Align::CENTER);
   auto* spinner = Gtk::make_managed<Gtk::Spinner>();
   spinner->set_size_request(spinnerSize, spinnerSize);
-  spinner->set_hexpand(true);
-  spinner->set_vexpand(true);
-  spinner->set_halign(Gtk::Align::CENTER);
-  spinner->set_valign(Gtk::Align::CENTER);
   gtk_accessible_update_property(GTK_ACCESSIBLE(spinner->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(),
                                  -1);
   spinner->start();
-  box->append(*spinner);
+  card->append(*spinner);
+  box->append(*card);
   return box;
 }
 
