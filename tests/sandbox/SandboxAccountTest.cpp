@@ -17,11 +17,35 @@ using test::SandboxClient;
 constexpr const char* kDemo = "1000000001";
 constexpr const char* kSecond = "1000000002";
 
+// The response type of an account operation taking a request, up to two identifiers and a completion.
+template <class>
+struct ResponseOf;
+template <class R, class Q>
+struct ResponseOf<void (QPAccountAPI::*)(std::shared_ptr<const Q>, QPCompletion<R>) const> {
+  using type = R;
+};
+template <class R, class Q, class A>
+struct ResponseOf<void (QPAccountAPI::*)(std::shared_ptr<const Q>, A, QPCompletion<R>) const> {
+  using type = R;
+};
+template <class R, class Q, class A, class B>
+struct ResponseOf<void (QPAccountAPI::*)(std::shared_ptr<const Q>, A, B, QPCompletion<R>) const> {
+  using type = R;
+};
+
 // The account platform of the sandbox, driven through the SDK as an integrator would.
 class SandboxAccount : public ::testing::Test {
  protected:
   const QPAccountAPI& api() { return *client.provider->accountAPI(); }
 
+  // Starts `operation` with `request` and `ids`; what it captures lives as long as the test.
+  template <class Operation, class Request, class... Ids>
+  auto& call(Operation operation, std::shared_ptr<Request> request, Ids... ids) {
+    auto captured = std::make_shared<Captured<typename ResponseOf<Operation>::type>>();
+    kept_.push_back(captured);
+    (api().*operation)(std::move(request), ids..., captured->completion());
+    return *captured;
+  }
   template <class Response>
   std::shared_ptr<Response> ok(Captured<Response>& captured) {
     EXPECT_TRUE(captured.wait());
@@ -36,18 +60,15 @@ class SandboxAccount : public ::testing::Test {
   }
 
   std::string balance(const char* accno) {
-    Captured<QPBalanceEnquiryResponse> captured;
-    api().balanceEnquiry(std::make_shared<QPBalanceEnquiryRequest>("WALLET"), accno, captured.completion());
-    auto response = ok(captured);
+    auto response =
+        ok(call(&QPAccountAPI::balanceEnquiry, std::make_shared<QPBalanceEnquiryRequest>("WALLET"), accno));
     return response && response->avlBal ? response->avlBal->description() : "?";
   }
-
   Captured<QPTransferAmountResponse>& transfer(const char* to, double amount) {
-    transfers_.push_back(std::make_unique<Captured<QPTransferAmountResponse>>());
-    api().transferAmount(
+    return call(
+        &QPAccountAPI::transferAmount,
         std::make_shared<QPTransferAmountRequest>("WALLET", to, QPNumber(amount), "EUR", "Test", QPNumber(1)),
-        kDemo, transfers_.back()->completion());
-    return *transfers_.back();
+        kDemo);
   }
 
   /// Calls from now on as `user` (signed in by password).
@@ -62,8 +83,7 @@ class SandboxAccount : public ::testing::Test {
 
   /// The codes of the messages in the sandbox's outbox of `kind`, oldest first.
   std::vector<std::string> outbox(const std::string& kind) {
-    httplib::Client http(client.sandbox.baseUrl());
-    auto res = http.Get("/sandbox/outbox");
+    auto res = httplib::Client(client.sandbox.baseUrl()).Get("/sandbox/outbox");
     std::vector<std::string> codes;
     if (!res) return codes;
     const boost::json::value answer = boost::json::parse(res->body);
@@ -75,7 +95,7 @@ class SandboxAccount : public ::testing::Test {
   SandboxClient client;
 
  private:
-  std::vector<std::unique_ptr<Captured<QPTransferAmountResponse>>> transfers_;
+  std::vector<std::shared_ptr<void>> kept_;
 };
 
 TEST_F(SandboxAccount, ATransferMovesMoneyAndChargesTheTransferFee) {
@@ -90,19 +110,18 @@ TEST_F(SandboxAccount, ATransferMovesMoneyAndChargesTheTransferFee) {
 }
 
 TEST_F(SandboxAccount, RefusedTransfersLeaveTheBalanceAlone) {
-  struct Case {
+  const struct {
     const char* to;
     double amount;
     long code;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {kSecond, 999.75, 4136},     // with the fee more than the balance
       {kSecond, 6000, 4135},       // above the per-transaction limit
       {"nobody@x.test", 1, 4133},  // unknown recipient
       {kDemo, 1, 4134},            // to itself
       {kSecond, -5, 4130},         // not positive
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.code);
     EXPECT_EQ(refused(transfer(c.to, c.amount)), c.code);
   }
@@ -113,29 +132,25 @@ TEST_F(SandboxAccount, RefusedTransfersLeaveTheBalanceAlone) {
 
 TEST_F(SandboxAccount, TheStatementPagesAndSortsTheLedger) {
   for (double amount : {1.0, 2.0, 3.0}) ok(transfer(kSecond, amount));
-  struct Case {
+  const struct {
     std::int64_t top, skip;
     const char* direction;
-    std::vector<std::string> types;
-    std::vector<std::string> amounts;
-  };
-  // Seven entries: the opening balance, then per transfer the amount and its fee.
-  const std::vector<Case> cases = {
+    std::vector<std::string> types, amounts;
+  } cases[] = {
+      // Seven entries: the opening balance, then per transfer the amount and its fee.
       {2, 0, "ASC", {"OPENING_BALANCE", "TRANSFER_OUT"}, {"1000", "1"}},
       {2, 1, "DESC", {"TRANSFER_OUT", "FEE"}, {"3", "0.5"}},
       {0, 5, "ASC", {"TRANSFER_OUT", "FEE"}, {"3", "0.5"}},
       {3, 9, "ASC", {}, {}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.top) + "/" + std::to_string(c.skip) + c.direction);
     auto request = std::make_shared<QPAccountEnquiryRequest>();
     request->accnoType = "WALLET";
     request->top = c.top;
     request->skip = c.skip;
     request->sortDirection = c.direction;
-    Captured<QPAccountEnquiryResponse> captured;
-    api().accountEnquiry(request, kDemo, captured.completion());
-    auto response = ok(captured);
+    auto response = ok(call(&QPAccountAPI::accountEnquiry, request, kDemo));
     ASSERT_TRUE(response && response->entries);
     EXPECT_EQ(response->count->description(), "7");
     std::vector<std::string> types, amounts;
@@ -149,27 +164,21 @@ TEST_F(SandboxAccount, TheStatementPagesAndSortsTheLedger) {
   // A period after every booking holds nothing.
   auto later = std::make_shared<QPAccountEnquiryRequest>();
   later->startDate = std::chrono::system_clock::now() + std::chrono::hours(48);
-  Captured<QPAccountEnquiryResponse> none;
-  api().accountEnquiry(later, kDemo, none.completion());
-  auto response = ok(none);
+  auto response = ok(call(&QPAccountAPI::accountEnquiry, later, kDemo));
   ASSERT_TRUE(response && response->entries);
   EXPECT_TRUE(response->entries->empty());
-
   auto negative = std::make_shared<QPAccountEnquiryRequest>();
   negative->skip = -1;
-  Captured<QPAccountEnquiryResponse> refusedPage;
-  api().accountEnquiry(negative, kDemo, refusedPage.completion());
-  EXPECT_EQ(refused(refusedPage), 4121);
+  EXPECT_EQ(refused(call(&QPAccountAPI::accountEnquiry, negative, kDemo)), 4121);
 }
 
 TEST_F(SandboxAccount, AddingACardNeedsTheShopperThenAValidNumber) {
-  Captured<QPInitAddStoredPaymentOptionResponse> init;
-  api().initAddStoredPaymentOption(std::make_shared<QPInitAddStoredPaymentOptionRequest>("WALLET", "VISA"),
-                                   kDemo, init.completion());
-  auto token = ok(init)->authorizationToken.value_or("");
+  const std::string token =
+      ok(call(&QPAccountAPI::initAddStoredPaymentOption,
+              std::make_shared<QPInitAddStoredPaymentOptionRequest>("WALLET", "VISA"), kDemo))
+          ->authorizationToken.value_or("");
   ASSERT_FALSE(token.empty());
-
-  auto complete = [&](const char* number, int month, int year) {
+  auto complete = [&](const char* number, int month, int year) -> auto& {
     auto request = std::make_shared<QPCompleteAddStoredPaymentOptionRequest>();
     request->accnoType = "WALLET";
     request->paymentOptionCode = "VISA";
@@ -178,24 +187,20 @@ TEST_F(SandboxAccount, AddingACardNeedsTheShopperThenAValidNumber) {
     request->expiryMonth = month;
     request->expiryYear = year;
     request->customerFullName = "Ada Lovelace";
-    auto captured = std::make_shared<Captured<QPCompleteAddStoredPaymentOptionResponse>>();
-    api().completeAddStoredPaymentOption(request, kDemo, captured->completion());
-    return captured;
+    return call(&QPAccountAPI::completeAddStoredPaymentOption, request, kDemo);
   };
-  EXPECT_EQ(refused(*complete("4111111111111111", 12, 2099)), 4173);  // page not finished yet
+  EXPECT_EQ(refused(complete("4111111111111111", 12, 2099)), 4173);  // page not finished yet
   ASSERT_TRUE(client.sandbox.completeAuthorizationAsShopper(token));
   EXPECT_FALSE(client.sandbox.completeAuthorizationAsShopper("no-such-token"));
-  EXPECT_EQ(refused(*complete("4111111111111112", 12, 2099)), 4175);  // Luhn
-  EXPECT_EQ(refused(*complete("4111111111111111", 1, 2001)), 4176);   // expired
-  auto stored = complete("4111111111111111", 12, 2099);
-  auto reference = ok(*stored)->storedPaymentOptionReference.value_or("");
+  EXPECT_EQ(refused(complete("4111111111111112", 12, 2099)), 4175);  // Luhn
+  EXPECT_EQ(refused(complete("4111111111111111", 1, 2001)), 4176);   // expired
+  const std::string reference =
+      ok(complete("4111111111111111", 12, 2099))->storedPaymentOptionReference.value_or("");
   ASSERT_FALSE(reference.empty());
-  EXPECT_EQ(refused(*complete("4111111111111111", 12, 2099)), 4174);  // a token stores once
+  EXPECT_EQ(refused(complete("4111111111111111", 12, 2099)), 4174);  // a token stores once
 
-  Captured<QPGetStoredPaymentOptionsResponse> list;
-  api().getStoredPaymentOptions(std::make_shared<QPGetStoredPaymentOptionsRequest>("WALLET"), kDemo,
-                                list.completion());
-  auto options = ok(list);
+  auto options = ok(call(&QPAccountAPI::getStoredPaymentOptions,
+                         std::make_shared<QPGetStoredPaymentOptionsRequest>("WALLET"), kDemo));
   ASSERT_TRUE(options && options->paymentOptions);
   ASSERT_EQ(options->paymentOptions->size(), 1u);
   const auto& card = *options->paymentOptions->front();
@@ -208,109 +213,84 @@ TEST_F(SandboxAccount, AddingACardNeedsTheShopperThenAValidNumber) {
   EXPECT_EQ(card.billingAddress->fullName, "Ada Lovelace");
 
   // Two-step verification with the code from the outbox.
-  Captured<QPResponseBase> initVerify, wrong, right;
-  api().initVerifyStoredPaymentOption(std::make_shared<QPInitVerifyStoredPaymentOptionRequest>("WALLET"),
-                                      kDemo, reference, initVerify.completion());
-  ok(initVerify);
+  ok(call(&QPAccountAPI::initVerifyStoredPaymentOption,
+          std::make_shared<QPInitVerifyStoredPaymentOptionRequest>("WALLET"), kDemo, reference));
   auto codes = outbox("verifyPaymentOption");
   ASSERT_EQ(codes.size(), 1u);
-  api().completeVerifyStoredPaymentOption(std::make_shared<QPCompleteVerifyStoredPaymentOptionRequest>(
-                                              "WALLET", codes[0] == "000000" ? "1" : "000000"),
-                                          kDemo, reference, wrong.completion());
-  EXPECT_EQ(refused(wrong), 4182);
-  api().completeVerifyStoredPaymentOption(
-      std::make_shared<QPCompleteVerifyStoredPaymentOptionRequest>("WALLET", codes[0]), kDemo, reference,
-      right.completion());
-  ok(right);
+  auto verify = [&](const std::string& code) -> auto& {
+    return call(&QPAccountAPI::completeVerifyStoredPaymentOption,
+                std::make_shared<QPCompleteVerifyStoredPaymentOptionRequest>("WALLET", code), kDemo,
+                reference);
+  };
+  EXPECT_EQ(refused(verify(codes[0] == "000000" ? "1" : "000000")), 4182);
+  ok(verify(codes[0]));
 
-  Captured<QPResponseBase> removed, again;
-  api().deleteStoredPaymentOption(std::make_shared<QPDeleteStoredPaymentOptionRequest>("WALLET"), kDemo,
-                                  reference, removed.completion());
-  ok(removed);
-  api().setDefaultStoredPaymentOption(std::make_shared<QPSetDefaultStoredPaymentOptionRequest>("WALLET"),
-                                      kDemo, reference, again.completion());
-  EXPECT_EQ(refused(again), 4180);
+  ok(call(&QPAccountAPI::deleteStoredPaymentOption,
+          std::make_shared<QPDeleteStoredPaymentOptionRequest>("WALLET"), kDemo, reference));
+  EXPECT_EQ(
+      refused(call(&QPAccountAPI::setDefaultStoredPaymentOption,
+                   std::make_shared<QPSetDefaultStoredPaymentOptionRequest>("WALLET"), kDemo, reference)),
+      4180);
 }
 
 TEST_F(SandboxAccount, ABankAccountNeedsAValidIbanAndGivesAMandatePdf) {
-  Captured<QPInitAddStoredPaymentOptionResponse> init;
   auto announce = std::make_shared<QPInitAddStoredPaymentOptionRequest>("WALLET", "BNKACCT");
   announce->mandateReference = "MNDT-TEST-1";
-  api().initAddStoredPaymentOption(announce, kDemo, init.completion());
-  auto token = ok(init)->authorizationToken.value_or("");
+  const std::string token =
+      ok(call(&QPAccountAPI::initAddStoredPaymentOption, announce, kDemo))->authorizationToken.value_or("");
   ASSERT_TRUE(client.sandbox.completeAuthorizationAsShopper(token));
-  auto complete = [&](const char* iban) {
+  auto complete = [&](const char* iban) -> auto& {
     auto request = std::make_shared<QPCompleteAddStoredPaymentOptionRequest>();
     request->paymentOptionCode = "BNKACCT";
     request->authorizationToken = token;
     request->carrierNumber = iban;
-    auto captured = std::make_shared<Captured<QPCompleteAddStoredPaymentOptionResponse>>();
-    api().completeAddStoredPaymentOption(request, kDemo, captured->completion());
-    return captured;
+    return call(&QPAccountAPI::completeAddStoredPaymentOption, request, kDemo);
   };
-  EXPECT_EQ(refused(*complete("DE89370400440532013001")), 4177);
-  auto reference = ok(*complete("DE89370400440532013000"))->storedPaymentOptionReference.value_or("");
-  Captured<QPGetSepaMandateResponse> mandate;
-  api().getSepaMandate(std::make_shared<QPGetSepaMandateRequest>("WALLET"), kDemo, reference,
-                       mandate.completion());
-  auto fileData = ok(mandate)->fileData.value_or("");
+  EXPECT_EQ(refused(complete("DE89370400440532013001")), 4177);
+  const std::string reference =
+      ok(complete("DE89370400440532013000"))->storedPaymentOptionReference.value_or("");
+  const std::string fileData = ok(call(&QPAccountAPI::getSepaMandate,
+                                       std::make_shared<QPGetSepaMandateRequest>("WALLET"), kDemo, reference))
+                                   ->fileData.value_or("");
   EXPECT_EQ(fileData.rfind("JVBERi0xLj", 0), 0u) << fileData.substr(0, 16);  // base64 of "%PDF-1."
 
-  Captured<QPGetStoredPaymentOptionsResponse> list;
-  api().getStoredPaymentOptions(std::make_shared<QPGetStoredPaymentOptionsRequest>("WALLET"), kDemo,
-                                list.completion());
-  auto options = ok(list);
+  auto options = ok(call(&QPAccountAPI::getStoredPaymentOptions,
+                         std::make_shared<QPGetStoredPaymentOptionsRequest>("WALLET"), kDemo));
   ASSERT_TRUE(options && options->paymentOptions && options->paymentOptions->size() == 1);
   ASSERT_TRUE(options->paymentOptions->front()->mandate);
   EXPECT_EQ(options->paymentOptions->front()->mandate->mandateReference, "MNDT-TEST-1");
 }
 
 TEST_F(SandboxAccount, DevicesMtanAndAccessCode) {
-  auto device = [&](bool add) {
-    auto captured = std::make_shared<Captured<QPResponseBase>>();
-    if (add)
-      api().registerAccountDevice(
-          std::make_shared<QPRegisterAccountDeviceRequest>("WALLET", QPNumber(1), "phone-1"), kDemo,
-          captured->completion());
-    else
-      api().unregisterAccountDevice(
-          std::make_shared<QPUnregisterAccountDeviceRequest>("WALLET", QPNumber(1), "phone-1"), kDemo,
-          captured->completion());
-    return captured;
-  };
-  ok(*device(true));
-  EXPECT_EQ(refused(*device(true)), 4191);  // the same device twice
-  ok(*device(false));                       // the text form of the type finds it
-  EXPECT_EQ(refused(*device(false)), 4192);
+  auto add = std::make_shared<QPRegisterAccountDeviceRequest>("WALLET", QPNumber(1), "phone-1");
+  auto remove = std::make_shared<QPUnregisterAccountDeviceRequest>("WALLET", QPNumber(1), "phone-1");
+  ok(call(&QPAccountAPI::registerAccountDevice, add, kDemo));
+  EXPECT_EQ(refused(call(&QPAccountAPI::registerAccountDevice, add, kDemo)), 4191);  // the same device twice
+  ok(call(&QPAccountAPI::unregisterAccountDevice, remove, kDemo));  // the text form of the type finds it
+  EXPECT_EQ(refused(call(&QPAccountAPI::unregisterAccountDevice, remove, kDemo)), 4192);
 
-  Captured<QPResponseBase> early, request, wrong, right, badCode, goodCode;
-  api().verifyMobilePhone(std::make_shared<QPVerifyMobilePhoneRequest>("WALLET", "1"), kDemo,
-                          early.completion());
-  EXPECT_EQ(refused(early), 4162);
-  api().requestMtan(std::make_shared<QPRequestMtanRequest>("WALLET"), kDemo, request.completion());
-  ok(request);
+  auto verify = [&](const std::string& code) -> auto& {
+    return call(&QPAccountAPI::verifyMobilePhone,
+                std::make_shared<QPVerifyMobilePhoneRequest>("WALLET", code), kDemo);
+  };
+  EXPECT_EQ(refused(verify("1")), 4162);  // before a code was sent
+  ok(call(&QPAccountAPI::requestMtan, std::make_shared<QPRequestMtanRequest>("WALLET"), kDemo));
   auto codes = outbox("mtan");
   ASSERT_EQ(codes.size(), 1u);
-  api().verifyMobilePhone(std::make_shared<QPVerifyMobilePhoneRequest>("WALLET", codes[0] + "9"), kDemo,
-                          wrong.completion());
-  EXPECT_EQ(refused(wrong), 4161);
-  api().verifyMobilePhone(std::make_shared<QPVerifyMobilePhoneRequest>("WALLET", codes[0]), kDemo,
-                          right.completion());
-  ok(right);
-  Captured<QPGetAccountInformationResponse> information;
-  api().getAccountInformation(std::make_shared<QPGetAccountInformationRequest>("WALLET"), kDemo,
-                              information.completion());
-  auto info = ok(information);
+  EXPECT_EQ(refused(verify(codes[0] + "9")), 4161);
+  ok(verify(codes[0]));
+  auto info = ok(call(&QPAccountAPI::getAccountInformation,
+                      std::make_shared<QPGetAccountInformationRequest>("WALLET"), kDemo));
   ASSERT_TRUE(info);
   EXPECT_TRUE(info->isMobilePhoneVerified());
   EXPECT_EQ(info->accno, kDemo);
 
-  api().checkPaymentAccessCode(std::make_shared<QPCheckPaymentAccessCodeRequest>("WALLET", "0000"), kDemo,
-                               badCode.completion());
-  EXPECT_EQ(refused(badCode), 4160);
-  api().checkPaymentAccessCode(std::make_shared<QPCheckPaymentAccessCodeRequest>("WALLET", "2468"), kDemo,
-                               goodCode.completion());
-  ok(goodCode);
+  auto accessCode = [&](const char* code) -> auto& {
+    return call(&QPAccountAPI::checkPaymentAccessCode,
+                std::make_shared<QPCheckPaymentAccessCodeRequest>("WALLET", code), kDemo);
+  };
+  EXPECT_EQ(refused(accessCode("0000")), 4160);
+  ok(accessCode("2468"));
 }
 
 TEST_F(SandboxAccount, ANewAccountsUserCanSignInAndOnlyHoldsItsOwnAccount) {
@@ -318,31 +298,23 @@ TEST_F(SandboxAccount, ANewAccountsUserCanSignInAndOnlyHoldsItsOwnAccount) {
   request->emailAddress = "new@brivane.test";
   request->password = "New-Pass-3";
   request->firstName = "Nora";
-  Captured<QPCreateAccountResponse> created, duplicate;
-  api().createAccount(request, created.completion());
-  auto account = ok(created);
+  auto account = ok(call(&QPAccountAPI::createAccount, request));
   ASSERT_TRUE(account && account->accno);
   EXPECT_EQ(*account->accno, "1000000003");
-  api().createAccount(request, duplicate.completion());
-  EXPECT_EQ(refused(duplicate), 4112);
+  EXPECT_EQ(refused(call(&QPAccountAPI::createAccount, request)), 4112);
 
   signIn("new@brivane.test", "New-Pass-3");
-
-  Captured<QPFindAccountResponse> found;
-  api().findAccount(std::make_shared<QPFindAccountRequest>("new@brivane.test"), found.completion());
-  EXPECT_EQ(ok(found)->accno, account->accno);
+  EXPECT_EQ(
+      ok(call(&QPAccountAPI::findAccount, std::make_shared<QPFindAccountRequest>("new@brivane.test")))->accno,
+      account->accno);
   EXPECT_EQ(balance(account->accno->c_str()), "0");
 
   auto update = std::make_shared<QPUpdateAccountInformationRequest>();
   update->lastName = "Lovelace";
   update->city = "London";
-  Captured<QPCreateAccountResponse> updated;
-  api().updateAccountInformation(update, account->accno, updated.completion());
-  EXPECT_EQ(ok(updated)->accno, account->accno);
-  Captured<QPGetAccountInformationResponse> information;
-  api().getAccountInformation(std::make_shared<QPGetAccountInformationRequest>("WALLET"), account->accno,
-                              information.completion());
-  auto info = ok(information);
+  EXPECT_EQ(ok(call(&QPAccountAPI::updateAccountInformation, update, account->accno))->accno, account->accno);
+  auto info = ok(call(&QPAccountAPI::getAccountInformation,
+                      std::make_shared<QPGetAccountInformationRequest>("WALLET"), account->accno));
   ASSERT_TRUE(info);
   EXPECT_EQ(info->firstName, "Nora");  // kept from the creation
   EXPECT_EQ(info->lastName, "Lovelace");
@@ -350,55 +322,47 @@ TEST_F(SandboxAccount, ANewAccountsUserCanSignInAndOnlyHoldsItsOwnAccount) {
   EXPECT_EQ(info->emailAddress, "new@brivane.test");
   EXPECT_FALSE(info->isMobilePhoneVerified());
   ASSERT_TRUE(info->getIsMobilePhoneVerified());
-  Captured<QPBalanceEnquiryResponse> foreign;
-  api().balanceEnquiry(std::make_shared<QPBalanceEnquiryRequest>("WALLET"), kDemo, foreign.completion());
-  EXPECT_EQ(refused(foreign), 4102);
+  EXPECT_EQ(refused(call(&QPAccountAPI::balanceEnquiry, std::make_shared<QPBalanceEnquiryRequest>("WALLET"),
+                         kDemo)),
+            4102);
 }
 
 TEST_F(SandboxAccount, FeesLimitsAndRecipientsFollowThePublishedTables) {
-  Captured<QPCalculateFeesResponse> fees;
-  api().calculateFees(
-      std::make_shared<QPCalculateFeesRequest>("WALLET", "VISA", "PAYMENT", QPNumber(100), "USD"), kDemo,
-      fees.completion());
-  auto feeAnswer = ok(fees);
-  ASSERT_TRUE(feeAnswer && feeAnswer->fees && feeAnswer->fees->size() == 1);
-  EXPECT_EQ(feeAnswer->fees->front()->feeAmount->description(), "1.5");  // 1.5 % of 100
-  ASSERT_TRUE(feeAnswer->currencyConversionFee);
-  EXPECT_EQ(feeAnswer->currencyConversionFee->percentageAmount->description(), "2");
+  auto fees = ok(call(
+      &QPAccountAPI::calculateFees,
+      std::make_shared<QPCalculateFeesRequest>("WALLET", "VISA", "PAYMENT", QPNumber(100), "USD"), kDemo));
+  ASSERT_TRUE(fees && fees->fees && fees->fees->size() == 1);
+  EXPECT_EQ(fees->fees->front()->feeAmount->description(), "1.5");  // 1.5 % of 100
+  ASSERT_TRUE(fees->currencyConversionFee);
+  EXPECT_EQ(fees->currencyConversionFee->percentageAmount->description(), "2");
 
   ok(transfer(kSecond, 10));
-  struct LimitCase {
+  const struct {
     double amount;
     bool perTransaction, perDay;
-  };
-  for (const LimitCase& c : {LimitCase{500, false, false}, LimitCase{5500, true, false},
-                             LimitCase{9995, true, true}}) {  // with today's 10: 10,005 > 10,000
+  } cases[] = {{500, false, false}, {5500, true, false}, {9995, true, true}};  // with today's 10: 10,005
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.amount);
-    Captured<QPCheckLimitsResponse> limits;
-    api().checkLimits(std::make_shared<QPCheckLimitsRequest>("WALLET", "TRANSFER", QPNumber(c.amount), "EUR"),
-                      kDemo, limits.completion());
-    auto limitAnswer = ok(limits);
-    ASSERT_TRUE(limitAnswer && limitAnswer->limits && limitAnswer->limits->size() == 2);
-    EXPECT_EQ((*limitAnswer->limits)[0]->isError(), c.perTransaction);
-    EXPECT_EQ((*limitAnswer->limits)[1]->isError(), c.perDay);
+    auto limits = ok(
+        call(&QPAccountAPI::checkLimits,
+             std::make_shared<QPCheckLimitsRequest>("WALLET", "TRANSFER", QPNumber(c.amount), "EUR"), kDemo));
+    ASSERT_TRUE(limits && limits->limits && limits->limits->size() == 2);
+    EXPECT_EQ((*limits->limits)[0]->isError(), c.perTransaction);
+    EXPECT_EQ((*limits->limits)[1]->isError(), c.perDay);
   }
 
-  Captured<QPGetTransferRecipientsResponse> recipients;
-  api().getTransferRecipients(
+  auto recipients = ok(call(
+      &QPAccountAPI::getTransferRecipients,
       std::make_shared<QPGetTransferRecipientsRequest>("WALLET", std::nullopt, QPNumber(5), std::nullopt),
-      kDemo, recipients.completion());
-  auto recipientAnswer = ok(recipients);
-  ASSERT_TRUE(recipientAnswer && recipientAnswer->recipients && recipientAnswer->recipients->size() == 1);
-  EXPECT_EQ(recipientAnswer->recipients->front()->accno, kSecond);
-  EXPECT_EQ(recipientAnswer->recipients->front()->emailAddress, "second@brivane.test");
-
-  Captured<QPResponseBase> known, unknown;
-  api().verifyTransferRecipient(std::make_shared<QPVerifyTransferRecipientRequest>(kSecond),
-                                known.completion());
-  ok(known);
-  api().verifyTransferRecipient(std::make_shared<QPVerifyTransferRecipientRequest>("x@y.z"),
-                                unknown.completion());
-  EXPECT_EQ(refused(unknown), 4133);
+      kDemo));
+  ASSERT_TRUE(recipients && recipients->recipients && recipients->recipients->size() == 1);
+  EXPECT_EQ(recipients->recipients->front()->accno, kSecond);
+  EXPECT_EQ(recipients->recipients->front()->emailAddress, "second@brivane.test");
+  ok(call(&QPAccountAPI::verifyTransferRecipient,
+          std::make_shared<QPVerifyTransferRecipientRequest>(kSecond)));
+  EXPECT_EQ(refused(call(&QPAccountAPI::verifyTransferRecipient,
+                         std::make_shared<QPVerifyTransferRecipientRequest>("x@y.z"))),
+            4133);
 }
 
 }  // namespace
