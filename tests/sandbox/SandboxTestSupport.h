@@ -4,11 +4,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
+#include <charconv>
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "support/Command.h"
+#include "support/RestCaller.h"
 
 namespace brivane::test {
 
@@ -60,5 +64,52 @@ class SandboxProcess {
   pid_t pid_ = -1;
   FILE* out_ = nullptr;
 };
+
+/// The member of `answer` at a dotted path ("entries.0.amount") as text: a text as it is, a number
+/// in its shortest form, "#" the size of an array or object; "" when absent.
+inline std::string member(const boost::json::value& answer, const std::string& path) {
+  const boost::json::value* at = &answer;
+  for (std::size_t from = 0; at != nullptr && from <= path.size();) {
+    const std::size_t dot = std::min(path.find('.', from), path.size());
+    const std::string name = path.substr(from, dot - from);
+    from = dot + 1;
+    if (name == "#") return std::to_string(at->is_array() ? at->as_array().size() : at->as_object().size());
+    if (at->is_array())
+      at = std::stoul(name) < at->as_array().size() ? &at->as_array()[std::stoul(name)] : nullptr;
+    else
+      at = at->is_object() ? at->as_object().if_contains(name) : nullptr;
+  }
+  if (at == nullptr) return "";
+  if (at->is_string()) return std::string(at->as_string());
+  if (at->is_bool()) return at->as_bool() ? "true" : "false";
+  if (!at->is_double()) return boost::json::serialize(*at);
+  char text[32];
+  return std::string(text, std::to_chars(text, text + sizeof text, at->as_double()).ptr);
+}
+
+/// One call of a scripted session: what it sends (for a GET, `fields` is a query string), the
+/// responseCode it must get, and members of its answer ("path=text") it must have.
+struct Step {
+  const char* method;
+  std::string path;
+  std::string fields;
+  const char* code;
+  std::vector<std::string> members = {};
+};
+
+/// Makes the calls of `steps` in order as `caller`; the last answer.
+inline boost::json::value runSteps(const RestCaller& caller, const std::vector<Step>& steps) {
+  boost::json::value answer;
+  for (const Step& step : steps) {
+    SCOPED_TRACE(std::string(step.method) + " " + step.path + " " + step.fields);
+    answer = caller.call(step.method, step.path, step.fields);
+    EXPECT_EQ(jsonText(answer, "responseCode"), step.code) << boost::json::serialize(answer);
+    for (const std::string& expected : step.members) {
+      const std::size_t at = expected.find('=');
+      EXPECT_EQ(member(answer, expected.substr(0, at)), expected.substr(at + 1)) << expected;
+    }
+  }
+  return answer;
+}
 
 }  // namespace brivane::test
