@@ -229,50 +229,46 @@ TEST_F(BrivaneTool, SecretsComeFromFilesStandardInputOrTheEnvironment) {
   const std::string newPass = write("new", "New-Pass-22\r\n");
   const std::string twoBreaks = write("two-breaks", "Demo-Pass-1\n\n");
   const std::string change = tool_ + " call user changePassword --userId demo@brivane.test ";
-  struct Case {
+  const struct {
     std::string command;
     int status;
-    std::int64_t errorCode;  // 0: success
-    const char* successKey;  // a key of the response on success
+    const char* shown;  // a part of what it prints
   } cases[] = {
       {"printf 'Demo-Pass-1\\n' | " + tool_ +
            " call auth getAccessTokenWithUserName --userName demo@brivane.test --password-file - --grantType "
            "password",
-       0, 0, "access_token"},
+       0, R"("access_token":")"},
       {tool_ + " call auth getAccessTokenWithUserName --userName demo@brivane.test --password-file " + file +
            " --grantType password",
-       1, 1001, nullptr},
-      {"BRIVANE_TOKEN=not-a-token " + tool_ + " call settings getCountries", 1, -1, nullptr},
+       1, R"("code":1001,)"},
+      {"BRIVANE_TOKEN=not-a-token " + tool_ + " call settings getCountries", 1, R"({"error":{)"},
       {"printf 'x\\n' | " + tool_ +
            " call auth getAccessTokenWithUserName --userName u --password-file - --grantType g --token-file "
            "-",
-       2, 0, nullptr},
+       2, ""},
       // Any request field from a file or standard input.
-      {"printf 'Demo-Pass-1\\n' | " + change + "--set-file oldPass=- --set-file newPass=" + newPass, 0, 0,
-       "responseCode"},
-      {change + "--set-file oldPass=" + twoBreaks + " --set newPass=New-Pass-22", 1, 2102, nullptr},
+      {"printf 'Demo-Pass-1\\n' | " + change + "--set-file oldPass=- --set-file newPass=" + newPass, 0,
+       R"("responseCode":"0000")"},
+      {change + "--set-file oldPass=" + twoBreaks + " --set newPass=New-Pass-22", 1, R"("code":2102,)"},
       {"printf 'Demo-Pass-1' | " + tool_ +
            " call user validatePassword --set password=x --set-file password=-",
-       0, 0, "responseCode"},
-      {change + "--set-file oldPass --set newPass=x", 2, 0, nullptr},
-      {change + "--set-file =" + newPass + " --set newPass=x", 2, 0, nullptr},
-      {change + "--set-file oldPass=" + (scratch / "missing").string() + " --set newPass=x", 2, 0, nullptr},
-      {change + "--set-file nope=" + newPass, 2, 0, nullptr},
-      {"printf 'x\\n' | " + change + "--set-file oldPass=- --set-file newPass=-", 2, 0, nullptr},
+       0, R"("responseCode":"0000")"},
+      {change + "--set-file oldPass --set newPass=x", 2, ""},
+      {change + "--set-file =" + newPass + " --set newPass=x", 2, ""},
+      {change + "--set-file oldPass=" + (scratch / "missing").string() + " --set newPass=x", 2, ""},
+      {change + "--set-file nope=" + newPass, 2, ""},
+      {"printf 'x\\n' | " + change + "--set-file oldPass=- --set-file newPass=-", 2, ""},
       {"printf 'x\\n' | " + tool_ + " call auth getRefreshTokenWithToken --token-file - --grantType g " +
            "--set-file a=-",
-       2, 0, nullptr},
+       2, ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const auto [status, out] = test::runCommand(c.command + " 2>/dev/null");
     EXPECT_EQ(status, c.status) << c.command << "\n" << out;
-    if (c.status == 1 && c.errorCode > 0) {
-      EXPECT_EQ(boost::json::parse(out).at("error").at("code"), c.errorCode);
-    } else if (c.status == 1) {
-      EXPECT_TRUE(boost::json::parse(out).at("error").is_object());
-    } else if (c.status == 0) {
-      EXPECT_TRUE(boost::json::parse(out).at("response").as_object().contains(c.successKey)) << out;
-    }
+    EXPECT_THAT(out, HasSubstr(c.shown)) << c.command;
+    boost::system::error_code error;
+    if (c.status != 2) boost::json::parse(out, error);
+    EXPECT_FALSE(error) << out;
   }
   std::filesystem::remove_all(scratch);
 }
