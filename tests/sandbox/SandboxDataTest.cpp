@@ -242,7 +242,7 @@ TEST(SandboxData, ResetRestoresTheSeedData) {
 // booked whole (both sides and the fee) or not at all, and every transfer answered is kept.
 TEST(SandboxData, AKillMidBurstLeavesNoTransferHalfBooked) {
   DataFile file("kill");
-  std::atomic<int> answered{0}, attempted{0}, done{0};
+  std::atomic<int> answered{0}, attempted{0}, done{0}, events{0};  // events: answers and ends, to wait on
   {
     test::SandboxProcess first({"--data", file.path});
     ASSERT_FALSE(first.url.empty());
@@ -260,10 +260,14 @@ TEST(SandboxData, AKillMidBurstLeavesNoTransferHalfBooked) {
               R"("carrierNumber": "1000000002", "transferAmount": "1.37", "transferCurrCode": "EUR")");
           if (code != "0000") break;  // the process is gone
           ++answered;
+          ++events;
+          events.notify_all();
         }
         ++done;
+        ++events;
+        events.notify_all();
       });
-    while (answered < 150 && done < 8) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (int seen = events; answered < 150 && done < 8; seen = events) events.wait(seen);
     first.stop(SIGKILL);
     for (std::thread& sender : senders) sender.join();
   }
