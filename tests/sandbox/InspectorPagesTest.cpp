@@ -36,16 +36,20 @@ class InspectorPages : public ::testing::Test {
     return answer->body;
   }
 
+  // The overview and every page it links to.
+  std::set<std::string> linkedPages() {
+    const std::string overview = get("/sandbox/");
+    std::set<std::string> paths = {"/sandbox/"};
+    const std::regex href("href=\"(/sandbox/[^\"]+)\"");
+    for (auto it = std::sregex_iterator(overview.begin(), overview.end(), href); it != std::sregex_iterator();
+         ++it)
+      paths.insert(std::regex_replace((*it)[1].str(), std::regex("&amp;"), "&"));
+    return paths;
+  }
+
   Sandbox sandbox;
   RestCaller demo{sandbox, sandbox.issueAccessToken()};
 };
-
-// Runs headless Chromium on `url` with `arguments`; its output.
-std::string chromium(const std::string& arguments, const std::string& url) {
-  const std::string command = "chromium --headless --no-sandbox --disable-gpu --hide-scrollbars " +
-                              arguments + " '" + url + "' 2>/dev/null";
-  return test::runCommand(command).out;
-}
 
 // In a real browser: an account opened through the API appears with its balance, on the overview
 // and on its own page, and each page gives a screenshot (BRIVANE_SCREENSHOT_DIR, or the
@@ -79,11 +83,14 @@ TEST_F(InspectorPages, ABrowserShowsAnAccountOpenedThroughTheApi) {
   };
   for (const auto& page : pages) {
     SCOPED_TRACE(page.path);
-    const std::string dom = chromium("--dump-dom", sandbox.baseUrl() + page.path);
-    for (const std::string& text : page.shown) EXPECT_THAT(dom, HasSubstr(text));
     const std::filesystem::path png = shots / page.screenshot;
     std::filesystem::remove(png);
-    chromium("--window-size=1280,1000 --screenshot=" + png.string(), sandbox.baseUrl() + page.path);
+    const std::string dom = test::runCommand(
+                                "chromium --headless --no-sandbox --disable-gpu --hide-scrollbars "
+                                "--window-size=1280,1000 --dump-dom --screenshot=" +
+                                png.string() + " '" + sandbox.baseUrl() + page.path + "' 2>/dev/null")
+                                .out;
+    for (const std::string& text : page.shown) EXPECT_THAT(dom, HasSubstr(text));
     std::ifstream file(png, std::ios::binary);
     char signature[8] = {};
     file.read(signature, 8);
@@ -107,24 +114,14 @@ TEST_F(InspectorPages, NoPageShowsASecret) {
           R"("presentationAmount": "4.00", "presentationCurrCode": "EUR", "carrierNumber": "4111111111111111", )"
           R"("cvv": "cvv-canary-739", "cardSecurityCode": "csc-canary-482", "pin": "pin-canary")"),
       "0000");
-  const std::string canaries[] = {"Demo-Pass-1",
-                                  "Second-Pass-2",
-                                  "Canary-Pass-7731",
-                                  jsonText(grant, "access_token"),
-                                  jsonText(grant, "refresh_token"),
-                                  jsonText(opened, "authorizationToken"),
-                                  "4111111111111111",
-                                  "4000000000003220",
-                                  "4000 0000 0000 3220",
-                                  "cvv-canary-739",
-                                  "csc-canary-482",
-                                  "pin-canary"};
-  const std::string overview = get("/sandbox/");
-  std::set<std::string> paths = {"/sandbox/", "/sandbox/search?q=a"};
-  const std::regex href("href=\"(/sandbox/[^\"]+)\"");
-  for (auto it = std::sregex_iterator(overview.begin(), overview.end(), href); it != std::sregex_iterator();
-       ++it)
-    paths.insert((*it)[1]);
+  std::vector<std::string> canaries = {jsonText(grant, "access_token"), jsonText(grant, "refresh_token"),
+                                       jsonText(opened, "authorizationToken")};
+  for (const char* secret :
+       {"Demo-Pass-1", "Second-Pass-2", "Canary-Pass-7731", "4111111111111111", "4000000000003220",
+        "4000 0000 0000 3220", "cvv-canary-739", "csc-canary-482", "pin-canary"})
+    canaries.push_back(secret);
+  std::set<std::string> paths = linkedPages();
+  paths.insert("/sandbox/search?q=a");
   EXPECT_GE(paths.size(), 8u);  // accounts, users and payments
   for (const std::string& path : paths) {
     const std::string page = get(path);
@@ -147,21 +144,11 @@ TEST_F(InspectorPages, NoValueBreaksOutOfItsPlace) {
     demo.call("PUT", "/payment/initAuthorize",
               R"("presentationAmount": "1.00", "presentationCurrCode": "EUR", "custom2": )" + quoted);
   }
-  std::set<std::string> paths = {"/sandbox/"};
-  const std::string overview = get("/sandbox/");
-  const std::regex href("href=\"(/sandbox/[^\"]+)\"");
-  for (auto it = std::sregex_iterator(overview.begin(), overview.end(), href); it != std::sregex_iterator();
-       ++it)
-    paths.insert((*it)[1]);
-  for (const std::string& value : hostile) {
-    std::string query;
-    for (unsigned char c : value)
-      query += "%" + std::string(1, "0123456789ABCDEF"[c >> 4]) + "0123456789ABCDEF"[c & 15];
-    paths.insert("/sandbox/search?q=" + query);
-  }
-  EXPECT_THAT(overview, HasSubstr("&lt;script&gt;alert(1)&lt;/script&gt;"));
-  for (std::string path : paths) {
-    path = std::regex_replace(path, std::regex("&amp;"), "&");
+  std::set<std::string> paths = linkedPages();
+  for (const std::string& value : hostile)
+    paths.insert("/sandbox/search?q=" + httplib::detail::encode_query_param(value));
+  EXPECT_THAT(get("/sandbox/"), HasSubstr("&lt;script&gt;alert(1)&lt;/script&gt;"));
+  for (const std::string& path : paths) {
     const std::string page = get(path);
     for (const char* markup : {"<script", "<img", "<iframe", "<h1>x"})
       EXPECT_THAT(page, Not(HasSubstr(markup))) << path;

@@ -1,9 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <signal.h>
 #include <sqlite3.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -13,6 +11,7 @@
 #include <thread>
 
 #include "sandbox/SandboxState.h"
+#include "sandbox/SandboxTestSupport.h"
 #include "sandbox/domain.h"
 #include "support/RestCaller.h"
 
@@ -188,14 +187,10 @@ TEST(SandboxData, ForeignFilesAreRefusedClearly) {
     EXPECT_THAT(sandbox.error(), HasSubstr(message));
     EXPECT_FALSE(sandbox.start());
 
-    const auto tool = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
-    FILE* pipe = popen((tool.string() + " sandbox --port 0 --data " + file.path + " 2>&1").c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    char said[512] = {};
-    const std::size_t got = fread(said, 1, sizeof said - 1, pipe);
-    const int status = pclose(pipe);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << std::string(said, got);
-    EXPECT_THAT(std::string(said, got), HasSubstr(message));
+    const auto [status, said] =
+        test::runCommand(test::builtTool().string() + " sandbox --port 0 --data " + file.path + " 2>&1");
+    EXPECT_EQ(status, 1) << said;
+    EXPECT_THAT(said, HasSubstr(message));
     holder.reset();
   }
 }
@@ -242,49 +237,14 @@ TEST(SandboxData, ResetRestoresTheSeedData) {
   }
 }
 
-// `brivane sandbox --data FILE` in a process of its own, its first line read for its address.
-struct ToolProcess {
-  explicit ToolProcess(const std::string& path) {
-    const auto tool = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "brivane";
-    int fds[2];
-    if (pipe(fds) != 0) return;
-    pid = fork();
-    if (pid == 0) {
-      dup2(fds[1], STDOUT_FILENO);
-      close(fds[0]);
-      execl(tool.c_str(), "brivane", "sandbox", "--port", "0", "--data", path.c_str(),
-            static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(fds[1]);
-    out = fdopen(fds[0], "r");
-    char line[256] = {};
-    if (fgets(line, sizeof line, out) != nullptr && std::string(line).find("http://") != std::string::npos) {
-      url = std::string(line).substr(std::string(line).find("http://"));
-      url.pop_back();
-    }
-  }
-  ~ToolProcess() { kill(SIGTERM); }
-  void kill(int signal) {
-    if (pid <= 0) return;
-    ::kill(pid, signal);
-    waitpid(pid, nullptr, 0);
-    fclose(out);
-    pid = -1;
-  }
-  pid_t pid = -1;
-  FILE* out = nullptr;
-  std::string url;
-};
-
 // The hard way: a burst of concurrent transfers, the process killed with SIGKILL in the middle,
 // then restarted on the same file. The ledger still balances to the cent, every transfer is
 // booked whole (both sides and the fee) or not at all, and every transfer answered is kept.
 TEST(SandboxData, AKillMidBurstLeavesNoTransferHalfBooked) {
   DataFile file("kill");
-  std::atomic<int> answered{0}, attempted{0}, done{0};
+  std::atomic<int> answered{0}, attempted{0}, done{0}, events{0};  // events: answers and ends, to wait on
   {
-    ToolProcess first(file.path);
+    test::SandboxProcess first({"--data", file.path});
     ASSERT_FALSE(first.url.empty());
     const std::string token =
         jsonText(test::signIn(first.url, "demo@brivane.test", "Demo-Pass-1"), "access_token");
@@ -300,16 +260,20 @@ TEST(SandboxData, AKillMidBurstLeavesNoTransferHalfBooked) {
               R"("carrierNumber": "1000000002", "transferAmount": "1.37", "transferCurrCode": "EUR")");
           if (code != "0000") break;  // the process is gone
           ++answered;
+          ++events;
+          events.notify_all();
         }
         ++done;
+        ++events;
+        events.notify_all();
       });
-    while (answered < 150 && done < 8) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    first.kill(SIGKILL);
+    for (int seen = events; answered < 150 && done < 8; seen = events) events.wait(seen);
+    first.stop(SIGKILL);
     for (std::thread& sender : senders) sender.join();
   }
   ASSERT_GT(attempted.load(), answered.load());  // requests were in flight when it died
 
-  ToolProcess second(file.path);
+  test::SandboxProcess second({"--data", file.path});
   ASSERT_FALSE(second.url.empty());
   sqlite3* db = nullptr;
   ASSERT_EQ(sqlite3_open_v2(file.path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <set>
@@ -13,36 +14,14 @@
 namespace brivane {
 namespace {
 
-using cli::Operation;
-
-std::vector<std::string> splitCells(const std::string& row) {
-  std::vector<std::string> cells;
-  std::string cell;
-  // From 1: the leading "|" opens no cell.
-  for (std::size_t i = 1; i < row.size(); ++i) {
-    if (row[i] == '\\' && i + 1 < row.size() && row[i + 1] == '|') {  // "\|": a "|" inside a cell
-      cell += row[++i];
-    } else if (row[i] == '|') {
-      const auto first = cell.find_first_not_of(' ');
-      const auto last = cell.find_last_not_of(' ');
-      cells.push_back(first == std::string::npos ? "" : cell.substr(first, last - first + 1));
-      cell.clear();
-    } else if (row[i] != '`') {
-      cell += row[i];
-    }
-  }
-  return cells;
-}
-
-// Compares the README's table of `brivane call` operations (FAMILY | OPERATION | arguments) with
-// the tool's operation table; one line per difference.
-std::vector<std::string> tableProblems(const std::string& readme, const std::vector<Operation>& operations) {
+// The README's table of `brivane call` operations (FAMILY | OPERATION | arguments) has one row per
+// operation of the tool, with its arguments in order and only fields its request has.
+TEST(ReadmeOperationTable, ListsEveryOperationWithItsArguments) {
+  std::ifstream readme(BRIVANE_README_PATH);
   std::vector<std::string> problems;
-  std::istringstream in(readme);
-  std::string line;
-  bool inSection = false, inTable = false;
   std::map<std::string, std::string> rows;  // "family operation" → arguments cell
-  while (std::getline(in, line)) {
+  bool inSection = false, inTable = false;
+  for (std::string line; std::getline(readme, line);) {
     if (line.starts_with("### ")) inSection = line.starts_with("### `brivane call");
     if (!inSection) continue;
     if (!line.starts_with("|")) {
@@ -50,31 +29,40 @@ std::vector<std::string> tableProblems(const std::string& readme, const std::vec
       continue;
     }
     inTable = true;
-    std::vector<std::string> cells = splitCells(line);
+    std::vector<std::string> cells{""};  // "\|" is a "|" inside a cell; backticks are dropped
+    for (std::size_t i = 1; i < line.size(); ++i) {
+      if (line[i] == '\\' && i + 1 < line.size() && line[i + 1] == '|') {
+        cells.back() += line[++i];
+      } else if (line[i] == '|') {
+        cells.back().erase(0, cells.back().find_first_not_of(' '));
+        cells.back().erase(cells.back().find_last_not_of(' ') + 1);
+        cells.emplace_back();
+      } else if (line[i] != '`') {
+        cells.back() += line[i];
+      }
+    }
+    cells.pop_back();  // what follows the last "|"
     if (cells.size() != 3) {
       problems.push_back("row without three cells: " + line);
-      continue;
+    } else if (cells[0] != "FAMILY" && !cells[0].starts_with("---") &&
+               !rows.emplace(cells[0] + " " + cells[1], cells[2]).second) {
+      problems.push_back("row twice: " + cells[0] + " " + cells[1]);
     }
-    if (cells[0] == "FAMILY" || cells[0].starts_with("---")) continue;
-    const std::string key = cells[0] + " " + cells[1];
-    if (!rows.emplace(key, cells[2]).second) problems.push_back("row twice: " + key);
   }
+  ASSERT_TRUE(inTable) << "no table under \"### `brivane call\"";
   std::set<std::string> known;
-  for (const Operation& operation : operations) {
+  for (const cli::Operation& operation : cli::operations()) {
     const std::string key = operation.family + " " + operation.name;
     known.insert(key);
-    auto row = rows.find(key);
-    if (row == rows.end()) {
+    if (!rows.contains(key)) {
       problems.push_back("no row for " + key);
       continue;
     }
     std::vector<std::string> names;
     bool listsSet = false;
-    std::istringstream tokens(row->second);
-    std::string token;
-    while (tokens >> token) {
+    std::istringstream tokens(rows[key]);
+    for (std::string token, value; tokens >> token;) {
       if (!token.starts_with("--")) continue;
-      std::string value;
       tokens >> value;
       if (token != "--set") {
         names.push_back(token.substr(2));
@@ -92,20 +80,7 @@ std::vector<std::string> tableProblems(const std::string& readme, const std::vec
   }
   for (const auto& [key, arguments] : rows)
     if (!known.contains(key)) problems.push_back("row for no operation: " + key);
-  return problems;
-}
-
-std::string readReadme() {
-  std::ifstream file(BRIVANE_README_PATH);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-TEST(ReadmeOperationTable, ListsEveryOperationWithItsArguments) {
-  const std::string readme = readReadme();
-  ASSERT_NE(readme.find("### `brivane call"), std::string::npos);
-  EXPECT_THAT(tableProblems(readme, cli::operations()), ::testing::IsEmpty());
+  EXPECT_THAT(problems, ::testing::IsEmpty());
 }
 
 }  // namespace
