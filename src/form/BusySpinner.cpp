@@ -2,10 +2,9 @@
 
 #include <gtk/gtk.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
-
-#include <gtkmm/drawingarea.h>
 
 namespace brivane {
 namespace {
@@ -113,7 +112,7 @@ gboolean turn(GtkWidget* widget, GdkFrameClock*, gpointer) {
 
 }  // namespace
 
-Gtk::Widget* makeBusySpinner(int spinnerSize, const std::string& accessibleName) {
+void appendBusySpinner(Gtk::Box& box, int spinnerSize, const std::string& accessibleName) {
   auto* area = GTK_DRAWING_AREA(
       g_object_new(GTK_TYPE_DRAWING_AREA, "accessible-role", GTK_ACCESSIBLE_ROLE_PROGRESS_BAR, nullptr));
   const int side = spinnerSize + 2 * static_cast<int>(kPadding) + 2 * kMargin;
@@ -124,7 +123,11 @@ Gtk::Widget* makeBusySpinner(int spinnerSize, const std::string& accessibleName)
   gtk_widget_add_tick_callback(widget, turn, nullptr, nullptr);
   gtk_accessible_update_property(GTK_ACCESSIBLE(widget), GTK_ACCESSIBLE_PROPERTY_LABEL,
                                  accessibleName.c_str(), -1);
-  return Gtk::manage(Glib::wrap(area));
+  gtk_widget_set_hexpand(widget, TRUE);
+  gtk_widget_set_vexpand(widget, TRUE);
+  gtk_widget_set_halign(widget, GTK_ALIGN_CENTER);
+  gtk_widget_set_valign(widget, GTK_ALIGN_CENTER);
+  gtk_box_append(box.gobj(), widget);  // the box takes the new widget's floating reference
 }
 
 }  // namespace brivane

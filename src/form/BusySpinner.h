@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include <gtkmm/widget.h>
+#include <gtkmm/box.h>
 
 namespace brivane {
 
@@ -10,8 +10,9 @@ namespace brivane {
 /// text and background colours, drawn by the form itself. It looks like the theme's spinner on a
 /// card, but needs neither the icon theme's SVG image (whose loader library alone is several MiB
 /// of the process) nor GL shaders the page does not use already, so the first form of a process
-/// shows it without delaying its page. A progress bar named `accessibleName` for screen readers;
-/// it turns while mapped. GTK main thread only; the parent owns the widget.
-Gtk::Widget* makeBusySpinner(int spinnerSize, const std::string& accessibleName);
+/// shows it without delaying its page. Appended to `box`, which owns it, centred in the space
+/// left; a progress bar named `accessibleName` for screen readers; it turns while mapped. GTK main
+/// thread only.
+void appendBusySpinner(Gtk::Box& box, int spinnerSize, const std::string& accessibleName);
 
 }  // namespace brivane

@@ -116,12 +116,7 @@ std::unique_ptr<Gtk::Box> busyOverlay(const char* cssClass, int spinnerSize) {
                                  -1);
   // The spinner sits on a card of the theme's background, so that it reads over whatever part of
   // the page lies under the centre (the Pay button's label, say).
-  Gtk::Widget* spinner = makeBusySpinner(spinnerSize, name);
-  spinner->set_hexpand(true);
-  spinner->set_vexpand(true);
-  spinner->set_halign(Gtk::Align::CENTER);
-  spinner->set_valign(Gtk::Align::CENTER);
-  box->append(*spinner);
+  appendBusySpinner(*box, spinnerSize, name);
   return box;
 }
 
