@@ -12,7 +12,6 @@
 #include <gtkmm/label.h>
 #include <gtkmm/messagedialog.h>
 #include <gtkmm/overlay.h>
-#include <gtkmm/spinner.h>
 #include <gtkmm/stylecontext.h>
 
 #include <boost/json/parse.hpp>
@@ -20,6 +19,7 @@
 
 #include "brivane/api/core/QPLookups.h"
 #include "brivane/util/QPUtils.h"
+#include "form/BusySpinner.h"
 #include "form/CustomWebView.h"
 #include "form/FieldValidation.h"
 #include "form/FormEngineWarmUp.h"
@@ -56,8 +56,6 @@ constexpr const char* kHttpBodyScript =
 constexpr const char* kFormWidgetCSS = R"CSS(
 .brivane-busy { background: rgba(128, 128, 128, 0.28); }
 .brivane-dimmed { background: rgba(0, 0, 0, 0.3); }
-.brivane-busy-card { padding: 16px; border-radius: 12px; background: @theme_bg_color;
-  box-shadow: 0 2px 8px alpha(black, 0.25); }
 .brivane-notice { margin: 16px; padding: 16px; border-radius: 8px; background: @theme_bg_color;
   border: 1px solid alpha(currentColor, 0.25); }
 )CSS";
@@ -118,19 +116,7 @@ std::unique_ptr<Gtk::Box> busyOverlay(const char* cssClass, int spinnerSize) {
                                  -1);
   // The spinner sits on a card of the theme's background, so that it reads over whatever part of
   // the page lies under the centre (the Pay button's label, say).
-  auto* card = Gtk::make_managed<Gtk::Box>();
-  card->add_css_class("brivane-busy-card");
-  card->set_hexpand(true);
-  card->set_vexpand(true);
-  card->set_halign(Gtk::Align::CENTER);
-  card->set_valign(Gtk::Align::CENTER);
-  auto* spinner = Gtk::make_managed<Gtk::Spinner>();
-  spinner->set_size_request(spinnerSize, spinnerSize);
-  gtk_accessible_update_property(GTK_ACCESSIBLE(spinner->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(),
-                                 -1);
-  spinner->start();
-  card->append(*spinner);
-  box->append(*card);
+  appendBusySpinner(*box, spinnerSize, name);
   return box;
 }
 
