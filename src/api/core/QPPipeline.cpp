@@ -30,7 +30,7 @@ constexpr std::size_t kLargeAnswerBytes = 256u << 10;
 
 // A CR or LF would end the header and start another of the sender's choosing; a NUL cuts it.
 bool fitsInHeader(std::string_view value) {
-  return value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+  return std::none_of(value.begin(), value.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
 }
 
 // ASCII with lossy conversion: every non-ASCII character becomes one '?'.
@@ -96,12 +96,11 @@ class Identify final : public Step {
         return done(Outcome::failure(
             errors::client(QPClientErrorMissingSetting, "The 'programCode' setting must be set.")));
       // An unset prefix prints as the platform prints a missing object.
-      exchange->identifying["partnerReference"] =
+      exchange->identifying[0].second =
           setting->partnerReferencePrefix().value_or("(null)") + *QPUtils::genRandomIdWithLength(10);
-      exchange->identifying["programCode"] = *setting->programCode();
+      exchange->identifying[1].second = *setting->programCode();
       if (auto& items = exchange->components.queryItems) {
-        for (const auto& [key, value] : exchange->identifying)
-          items->push_back({std::string(key), std::string(value.get_string())});
+        for (const auto& [key, value] : exchange->identifying) items->push_back({key, value});
       }
     }
     next(exchange, std::move(done));

@@ -71,6 +71,7 @@ void runPipeline(const QPTransportLayer& transport, std::shared_ptr<pipeline::Ex
     exchange->options = exchange->options.overriddenBy(*scoped);
   exchange->request.timeout = exchange->options.timeout.value_or(transport.timeoutInterval());
   exchange->request.maximumResponseSize = transport.maximumResponseSize();
+  exchange->request.headers.reserve(4);  // authorisation, accept, content type and one more
   pipeline::Pipeline::standard()->run(exchange,
                                       [completion = std::move(completion)](pipeline::Outcome outcome) {
                                         if (completion)
@@ -123,14 +124,27 @@ std::string QPTransportLayer::composeURL(const QPURLComponents& components) cons
       setting_ && setting_->urlStr() ? std::string_view(*setting_->urlStr()) : std::string_view();
   std::string_view path = components.path ? std::string_view(*components.path) : std::string_view();
   if (base.ends_with('/') && path.starts_with('/')) base.remove_suffix(1);
-  std::optional<std::string> query = components.query();
+  std::size_t size = base.size() + path.size();
+  if (components.queryItems) {
+    for (const QPURLQueryItem& item : *components.queryItems)
+      size += item.name.size() + (item.value ? item.value->size() + 1 : 0) + 1;
+  }
   std::string url;
-  url.reserve(base.size() + path.size() + (query ? query->size() + 1 : 0));
+  url.reserve(size + 8);
   appendEscaped(url, base, false);
   appendEscaped(url, path, true);
-  if (query) {
+  if (components.queryItems) {
+    // The query text of `components.query()`, escaped item by item ("&" and "=" pass as they are).
     url.push_back('?');
-    appendEscaped(url, *query, false);
+    for (std::size_t i = 0; i < components.queryItems->size(); ++i) {
+      const QPURLQueryItem& item = (*components.queryItems)[i];
+      if (i > 0) url.push_back('&');
+      appendEscaped(url, item.name, false);
+      if (item.value) {
+        url.push_back('=');
+        appendEscaped(url, *item.value, false);
+      }
+    }
   }
   return url;
 }

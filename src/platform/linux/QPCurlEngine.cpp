@@ -28,6 +28,26 @@ namespace {
 
 static_assert(NetworkEngine::kStoppedCode == CURLE_ABORTED_BY_CALLBACK);
 
+// A request's header lines as libcurl takes them, kept while a transfer uses them. Calls of one
+// provider send the same headers call after call: the engine keeps the last list and hands it
+// to the next request whose headers are equal, instead of building the lines again.
+struct HeaderList {
+  QPHttpHeaders fields;
+  curl_slist* lines = nullptr;
+
+  explicit HeaderList(const QPHttpHeaders& headers) : fields(headers) {
+    std::string line;
+    for (const auto& [name, value] : headers) {
+      line.assign(name).append(": ").append(value);
+      lines = curl_slist_append(lines, line.c_str());
+    }
+    lines = curl_slist_append(lines, "Expect:");
+  }
+  ~HeaderList() { curl_slist_free_all(lines); }
+  HeaderList(const HeaderList&) = delete;
+  HeaderList& operator=(const HeaderList&) = delete;
+};
+
 struct Transfer {
   QPHttpRequest request;
   QPHttpClient::Completion done;
@@ -35,7 +55,7 @@ struct Transfer {
   // Tells the engine when the request's stop token is stopped; destroyed before the transfer.
   std::unique_ptr<std::stop_callback<std::function<void()>>> onStop;
   CURL* easy = nullptr;
-  curl_slist* headers = nullptr;
+  std::shared_ptr<const HeaderList> headers;
   std::vector<std::pair<std::string, std::string>> headerFields;  // of the latest answer
   std::string body;
   bool tooLarge = false;
@@ -45,8 +65,7 @@ struct Transfer {
 
   ~Transfer() {
     onStop.reset();
-    if (headers != nullptr) curl_slist_free_all(headers);
-    if (easy != nullptr) curl_easy_cleanup(easy);
+    if (easy != nullptr) curl_easy_cleanup(easy);  // before the header lines it may still point to
   }
 };
 
@@ -355,10 +374,10 @@ class CurlEngine final : public NetworkEngine {
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer.get());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer.get());
-    for (const auto& [name, value] : request.headers)
-      transfer->headers = curl_slist_append(transfer->headers, (name + ": " + value).c_str());
-    transfer->headers = curl_slist_append(transfer->headers, "Expect:");
-    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, transfer->headers);
+    if (!headerList_ || headerList_->fields != request.headers)
+      headerList_ = std::make_shared<const HeaderList>(request.headers);
+    transfer->headers = headerList_;
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, transfer->headers->lines);
     if (request.body) {
       curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body->size()));
       curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, request.body->c_str());
@@ -425,10 +444,9 @@ class CurlEngine final : public NetworkEngine {
         return isHeader(header, "Content-Length") || isHeader(header, "Content-Type");
       });
     }
-    curl_slist_free_all(transfer.headers);
-    transfer.headers = nullptr;
     curl_easy_cleanup(transfer.easy);
     transfer.easy = nullptr;
+    transfer.headers.reset();
     transfer.headerFields.clear();
     transfer.body.clear();
     transfer.errorText[0] = '\0';
@@ -518,6 +536,7 @@ class CurlEngine final : public NetworkEngine {
 
   // Touched only where the main context runs.
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> transfers_;
+  std::shared_ptr<const HeaderList> headerList_;  // the latest request's header lines
   gint64 timerDeadline_ = -1;  // when libcurl wants its timer action (GLib's monotonic µs); -1: never
 
   std::mutex workMutex_;
