@@ -171,6 +171,7 @@ class CurlEngine final : public NetworkEngine {
 
   ~CurlEngine() override {
     shutDown();
+    for (CURL* easy : idleHandles_) curl_easy_cleanup(easy);
     g_source_destroy(source_);
     g_source_unref(source_);
     g_main_context_unref(context_);
@@ -360,7 +361,7 @@ class CurlEngine final : public NetworkEngine {
       finished.push_back({std::move(transfer), CURLE_ABORTED_BY_CALLBACK});
       return;
     }
-    CURL* easy = curl_easy_init();
+    CURL* easy = takeHandle();
     transfer->easy = easy;
     const QPHttpRequest& request = transfer->request;
     curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
@@ -393,6 +394,25 @@ class CurlEngine final : public NetworkEngine {
     transfers_.emplace(easy, std::move(transfer));
   }
 
+  // An easy handle for a new transfer: a kept one, reset to libcurl's defaults when it came
+  // back, or a new one.
+  CURL* takeHandle() {
+    if (idleHandles_.empty()) return curl_easy_init();
+    CURL* easy = idleHandles_.back();
+    idleHandles_.pop_back();
+    return easy;
+  }
+
+  // Keeps the easy handle of a finished transfer (out of the multi handle) for the next one. It
+  // is reset at once, so that it points to nothing of the transfer (its buffers, its header
+  // lines) and carries none of its options over; a few are kept, as many as may run at once.
+  void giveBack(CURL* easy) {
+    if (easy == nullptr) return;
+    if (idleHandles_.size() >= kKeptHandles) return curl_easy_cleanup(easy);
+    curl_easy_reset(easy);
+    idleHandles_.push_back(easy);
+  }
+
   // A stopped request leaves libcurl at once: nothing more is sent or read for it.
   void stop(std::uint64_t id, std::vector<Finished>& finished) {
     auto found = std::find_if(transfers_.begin(), transfers_.end(),
@@ -420,7 +440,7 @@ class CurlEngine final : public NetworkEngine {
   // For a 3xx answer with a location in the request's own origin: turns the transfer into the
   // next request and returns true. A location in another origin (https to http included) is
   // refused: credentials and the body never follow it there.
-  static bool redirected(Transfer& transfer) {
+  bool redirected(Transfer& transfer) {
     long status = 0;
     char* location = nullptr;
     curl_easy_getinfo(transfer.easy, CURLINFO_RESPONSE_CODE, &status);
@@ -444,7 +464,7 @@ class CurlEngine final : public NetworkEngine {
         return isHeader(header, "Content-Length") || isHeader(header, "Content-Type");
       });
     }
-    curl_easy_cleanup(transfer.easy);
+    giveBack(transfer.easy);
     transfer.easy = nullptr;
     transfer.headers.reset();
     transfer.headerFields.clear();
@@ -453,7 +473,7 @@ class CurlEngine final : public NetworkEngine {
     return true;
   }
 
-  static void complete(std::unique_ptr<Transfer> transfer, CURLcode code) {
+  void complete(std::unique_ptr<Transfer> transfer, CURLcode code) {
     QPHttpResult result;
     if (code == CURLE_ABORTED_BY_CALLBACK && transfer->request.stop.stop_requested()) {
       result.code = code;
@@ -480,6 +500,7 @@ class CurlEngine final : public NetworkEngine {
       result.body = std::move(transfer->body);
     }
     auto done = std::move(transfer->done);
+    giveBack(std::exchange(transfer->easy, nullptr));
     transfer.reset();  // the handle goes back before the caller sees the answer
     guarded([&] { done(std::move(result)); });
   }
@@ -537,7 +558,9 @@ class CurlEngine final : public NetworkEngine {
   // Touched only where the main context runs.
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> transfers_;
   std::shared_ptr<const HeaderList> headerList_;  // the latest request's header lines
-  gint64 timerDeadline_ = -1;  // when libcurl wants its timer action (GLib's monotonic µs); -1: never
+  static constexpr std::size_t kKeptHandles = 8;
+  std::vector<CURL*> idleHandles_;  // easy handles of finished transfers, reset
+  gint64 timerDeadline_ = -1;       // when libcurl wants its timer action (GLib's monotonic µs); -1: never
 
   std::mutex workMutex_;
   std::condition_variable workReady_;
