@@ -66,7 +66,7 @@ struct Outcome {
   }
 };
 
-using Done = std::function<void(Outcome)>;
+using Done = std::function<void(Outcome&&)>;
 class Step;
 using Steps = std::vector<std::unique_ptr<Step>>;
 

@@ -73,7 +73,7 @@ void runPipeline(const QPTransportLayer& transport, std::shared_ptr<pipeline::Ex
   exchange->request.maximumResponseSize = transport.maximumResponseSize();
   exchange->request.headers.reserve(4);  // authorisation, accept, content type and one more
   pipeline::Pipeline::standard()->run(exchange,
-                                      [completion = std::move(completion)](pipeline::Outcome outcome) {
+                                      [completion = std::move(completion)](pipeline::Outcome&& outcome) {
                                         if (completion)
                                           completion(std::move(outcome.json), std::move(outcome.error));
                                       });

@@ -69,9 +69,14 @@ struct Transfer {
   }
 };
 
+// The blanks of the "C" locale, whatever the process's locale (header lines are ASCII).
+constexpr bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
 std::string_view trim(std::string_view text) {
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
   return text;
 }
 
@@ -81,6 +86,7 @@ size_t onHeader(char* data, size_t size, size_t count, void* user) {
   if (line.starts_with("HTTP/")) {
     transfer->headerFields.clear();  // a new response (after a redirect or 100 Continue)
   } else if (auto colon = line.find(':'); colon != std::string_view::npos) {
+    if (transfer->headerFields.empty()) transfer->headerFields.reserve(8);  // an answer's usual few
     transfer->headerFields.emplace_back(std::string(trim(line.substr(0, colon))),
                                         std::string(trim(line.substr(colon + 1))));
   }
@@ -133,7 +139,8 @@ bool isHeader(const std::pair<std::string, std::string>& header, std::string_vie
   return true;
 }
 
-void guarded(const std::function<void()>& task) {
+template <class Task>
+void guarded(Task&& task) {
   runGuarded(task, "a networking callback");
 }
 

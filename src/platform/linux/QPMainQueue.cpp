@@ -118,10 +118,7 @@ void QPMainQueue::post(std::function<void()> task) {
 }
 
 void QPMainQueue::complete(std::function<void()> task) {
-  if (!platform::CompletionScope::active()) return TaskQueue::shared().post(std::move(task));
-  // The host's code is not part of the hand-over: what it starts is posted as usual.
-  platform::CompletionScope hostCode(false);
-  platform::runGuarded(task, "a completion");
+  if (!platform::completeInScope(task)) TaskQueue::shared().post(std::move(task));
 }
 
 namespace platform {
