@@ -1,8 +1,10 @@
 #include "brivane/util/QPUtils.h"
 
+#include <pthread.h>
 #include <sys/random.h>
 
 #include <array>
+#include <atomic>
 #include <cctype>
 #include <cerrno>
 #include <cmath>
@@ -29,6 +31,36 @@ void strongRandomBytes(unsigned char* out, std::size_t size) {
     filled += static_cast<std::size_t>(got);
   }
 }
+
+// The kernel's bytes, drawn in blocks: one read serves many identifiers. Each thread has its own
+// block; a forked child starts with a fresh one, so that parent and child never hand out the
+// same bytes (the generation changes in every child).
+std::atomic<unsigned> forkGeneration{0};
+
+class RandomPool {
+ public:
+  unsigned char next() {
+    static const bool watching = [] {
+      pthread_atfork(nullptr, nullptr, [] { forkGeneration.fetch_add(1, std::memory_order_relaxed); });
+      return true;
+    }();
+    (void)watching;
+    const unsigned generation = forkGeneration.load(std::memory_order_relaxed);
+    if (used_ == bytes_.size() || generation != generation_) {
+      strongRandomBytes(bytes_.data(), bytes_.size());
+      used_ = 0;
+      generation_ = generation;
+    }
+    unsigned char byte = bytes_[used_];
+    bytes_[used_++] = 0;  // a byte handed out is not kept
+    return byte;
+  }
+
+ private:
+  std::array<unsigned char, 256> bytes_{};
+  std::size_t used_ = bytes_.size();
+  unsigned generation_ = 0;
+};
 
 std::string lower(std::string_view text) {
   std::string result(text);
@@ -68,16 +100,11 @@ std::optional<std::string> QPUtils::genRandomIdWithLength(std::int64_t n) {
   if (n < 1 || n > 499) return std::nullopt;
   // Rejection sampling: bytes of 248 and above would favour the first characters.
   constexpr unsigned kLimit = 256 - 256 % kAlphabet.size();
+  thread_local RandomPool pool;
   std::string result;
   result.reserve(static_cast<std::size_t>(n));
-  std::array<unsigned char, 64> pool{};
-  std::size_t next = pool.size();
   while (result.size() < static_cast<std::size_t>(n)) {
-    if (next == pool.size()) {
-      strongRandomBytes(pool.data(), pool.size());
-      next = 0;
-    }
-    unsigned byte = pool[next++];
+    unsigned byte = pool.next();
     if (byte < kLimit) result.push_back(kAlphabet[byte % kAlphabet.size()]);
   }
   return result;

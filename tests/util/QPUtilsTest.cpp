@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <set>
 
 #include "brivane/util/QPUtils.h"
@@ -34,6 +37,29 @@ TEST(QPUtilsRandom, EveryCharacterTurnsUpAndNoneDominates) {
     EXPECT_LT(n, 520) << c;
   }
   EXPECT_NE(QPUtils::genRandomIdWithLength(20), QPUtils::genRandomIdWithLength(20));
+}
+
+// Identifiers come from a pool of the kernel's bytes: a forked child draws fresh ones, never the
+// rest of the pool it inherited from its parent.
+TEST(QPUtilsRandom, AForkedChildDrawsOtherIdentifiersThanItsParent) {
+  ASSERT_TRUE(QPUtils::genRandomIdWithLength(10));  // the parent's pool is filled and partly used
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    const std::string drawn = QPUtils::genRandomIdWithLength(100).value_or("");
+    _exit(write(fds[1], drawn.data(), drawn.size()) == static_cast<ssize_t>(drawn.size()) ? 0 : 1);
+  }
+  close(fds[1]);
+  const std::string parent = QPUtils::genRandomIdWithLength(100).value();
+  std::string fromChild(100, '\0');
+  EXPECT_EQ(read(fds[0], fromChild.data(), fromChild.size()), 100);
+  close(fds[0]);
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_NE(fromChild, parent);
 }
 
 TEST(QPUtilsLocale, FirstSupportedPreferredLanguage) {

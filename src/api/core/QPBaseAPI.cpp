@@ -98,7 +98,7 @@ void QPBaseAPI::send(std::string path, std::string_view method, const QPRequestB
   components.pathTemplate = std::move(pathTemplate);
   if (method == "GET") {
     std::vector<QPURLQueryItem> items;
-    items.reserve(params.size());
+    items.reserve(params.size() + 2);  // and the identifying items
     for (const auto& [key, value] : params)
       items.push_back({std::string(key),
                        value.is_string() ? std::string(value.get_string()) : boost::json::serialize(value)});

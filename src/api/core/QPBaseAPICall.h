@@ -14,6 +14,7 @@
 #include "brivane/api/core/QPBaseAPI.h"
 #include "brivane/api/core/QPTransportLayer.h"
 #include "brivane/platform/QPMainQueue.h"
+#include "platform/linux/QPMainContext.h"
 
 namespace brivane {
 namespace detail {
@@ -36,8 +37,10 @@ QPTransportLayer::Completion deliver(QPCompletion<Response> completion) {
       }
     }
     if (!completion) return;
-    QPMainQueue::complete([completion = std::move(completion), error = std::move(error),
-                           response = std::move(response)]() { completion(error, response); });
+    // As `QPMainQueue::complete`, without wrapping the host's call when it runs at once.
+    auto toHost = [completion = std::move(completion), error = std::move(error),
+                   response = std::move(response)]() { completion(error, response); };
+    if (!platform::completeInScope(toHost)) QPMainQueue::post(std::move(toHost));
   };
 }
 

@@ -64,6 +64,12 @@ Fields fieldsOf(const QPDate& date) {
           seconds % 60};
 }
 
+// Writes `value` (0 to 10^width - 1) as `width` decimal digits with leading zeros.
+char* putDigits(char* out, unsigned value, int width) {
+  for (int i = width - 1; i >= 0; --i, value /= 10) out[i] = static_cast<char>('0' + value % 10);
+  return out + width;
+}
+
 std::mutex logMutex;
 std::function<void(const std::string&)> logSink;
 
@@ -147,6 +153,15 @@ std::string convertNumber(const QPNumber& number) {
 
 std::string convertLocalDate(const QPDate& date) {
   const Fields f = fieldsOf(date);
+  if (f.year >= 0 && f.year <= 9999 && f.month <= 99 && f.day <= 99) {  // every sendable date
+    char text[10];
+    char* end = putDigits(text, static_cast<unsigned>(f.year), 4);
+    *end++ = '-';
+    end = putDigits(end, f.month, 2);
+    *end++ = '-';
+    putDigits(end, f.day, 2);
+    return std::string(text, sizeof text);
+  }
   char buffer[48];
   int size = std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02u", f.year, f.month, f.day);
   return std::string(buffer, static_cast<std::size_t>(size));
@@ -154,6 +169,13 @@ std::string convertLocalDate(const QPDate& date) {
 
 std::string convertLocalTime(const QPDate& date) {
   const Fields f = fieldsOf(date);
+  if (f.hour >= 0 && f.hour <= 99 && f.minute >= 0 && f.second >= 0) {  // every sendable time
+    char text[6];
+    putDigits(
+        putDigits(putDigits(text, static_cast<unsigned>(f.hour), 2), static_cast<unsigned>(f.minute), 2),
+        static_cast<unsigned>(f.second), 2);
+    return std::string(text, sizeof text);
+  }
   char buffer[80];
   int size = std::snprintf(buffer, sizeof buffer, "%02lld%02lld%02lld", f.hour, f.minute, f.second);
   return std::string(buffer, static_cast<std::size_t>(size));

@@ -30,7 +30,7 @@ constexpr std::size_t kLargeAnswerBytes = 256u << 10;
 
 // A CR or LF would end the header and start another of the sender's choosing; a NUL cuts it.
 bool fitsInHeader(std::string_view value) {
-  return value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+  return std::none_of(value.begin(), value.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
 }
 
 // ASCII with lossy conversion: every non-ASCII character becomes one '?'.
@@ -96,12 +96,11 @@ class Identify final : public Step {
         return done(Outcome::failure(
             errors::client(QPClientErrorMissingSetting, "The 'programCode' setting must be set.")));
       // An unset prefix prints as the platform prints a missing object.
-      exchange->identifying["partnerReference"] =
+      exchange->identifying[0].second =
           setting->partnerReferencePrefix().value_or("(null)") + *QPUtils::genRandomIdWithLength(10);
-      exchange->identifying["programCode"] = *setting->programCode();
+      exchange->identifying[1].second = *setting->programCode();
       if (auto& items = exchange->components.queryItems) {
-        for (const auto& [key, value] : exchange->identifying)
-          items->push_back({std::string(key), std::string(value.get_string())});
+        for (const auto& [key, value] : exchange->identifying) items->push_back({key, value});
       }
     }
     next(exchange, std::move(done));
@@ -179,7 +178,7 @@ class Map final : public Step {
  public:
   void process(const std::shared_ptr<Exchange>& exchange, const Next& next, Done done) const override {
     std::weak_ptr<const QPTransportLayer> owner = exchange->owner;
-    next(exchange, [owner = std::move(owner), done = std::move(done)](Outcome outcome) mutable {
+    next(exchange, [owner = std::move(owner), done = std::move(done)](Outcome&& outcome) mutable {
       if (!outcome.result || outcome.error) return done(std::move(outcome));
       if (outcome.result->body.size() < kLargeAnswerBytes) return read(owner, std::move(outcome), done);
       platform::NetworkEngine::shared()->offload(
@@ -190,7 +189,7 @@ class Map final : public Step {
   }
 
  private:
-  static void read(const std::weak_ptr<const QPTransportLayer>& owner, Outcome outcome, const Done& done) {
+  static void read(const std::weak_ptr<const QPTransportLayer>& owner, Outcome&& outcome, const Done& done) {
     QPHttpResult& result = *outcome.result;
     std::optional<QPError> error = errors::fromNetwork(result);
     const std::string body = std::move(result.body);
@@ -253,7 +252,7 @@ class WatchCall final : public Step {
     }
     tell(listener, &QPCallListener::onCallStarted, info);
     next(exchange, [exchange, listener, info = std::move(info), answerDomain = std::move(answerDomain),
-                    start = Clock::now(), done = std::move(done)](Outcome outcome) mutable {
+                    start = Clock::now(), done = std::move(done)](Outcome&& outcome) mutable {
       info.attempt = exchange->attempts;
       info.duration = since(start);
       if (outcome.result && outcome.result->answered()) info.status = outcome.result->status;
@@ -292,7 +291,7 @@ class Cancel final : public Step {
       std::lock_guard lock(state->mutex);
       state->onStop = std::make_unique<std::stop_callback<std::function<void()>>>(stop, std::move(onStop));
     }
-    next(exchange, [state](Outcome outcome) {
+    next(exchange, [state](Outcome&& outcome) {
       if (state->claim()) state->finish(std::move(outcome));
     });
   }
@@ -344,7 +343,7 @@ class Retry final : public Step {
 
   static void attempt(const std::shared_ptr<State>& state) {
     ++state->made;
-    state->next(state->exchange, [state](Outcome outcome) {
+    state->next(state->exchange, [state](Outcome&& outcome) {
       std::optional<std::chrono::milliseconds> wait = waitBeforeNext(*state, outcome);
       if (!wait) return state->done(std::move(outcome));
       platform::NetworkEngine::shared()->after(*wait, [state] {
@@ -446,7 +445,7 @@ class WatchAttempt final : public Step {
     info.pathTemplate = exchange->components.pathTemplate.value_or(exchange->components.path.value_or(""));
     info.attempt = exchange->attempts;
     next(exchange, [listener, info = std::move(info), start = Clock::now(), stop = exchange->request.stop,
-                    done = std::move(done)](Outcome outcome) mutable {
+                    done = std::move(done)](Outcome&& outcome) mutable {
       info.duration = since(start);
       if (outcome.result) {
         if (outcome.result->answered()) {
@@ -471,7 +470,7 @@ void Next::operator()(const std::shared_ptr<Exchange>& exchange, Done done) cons
 void Pipeline::run(const std::shared_ptr<Exchange>& exchange, Done done) const {
   // A call that ends while the steps still run on the caller's thread (refused before sending,
   // or a client that answers at once) completes later, on the main context.
-  Next(steps_, 0)(exchange, [exchange, done = std::move(done)](Outcome outcome) mutable {
+  Next(steps_, 0)(exchange, [exchange, done = std::move(done)](Outcome&& outcome) mutable {
     if (exchange->started.load(std::memory_order_acquire)) return done(std::move(outcome));
     platform::NetworkEngine::shared()->dispatch(
         [done = std::move(done), outcome = std::move(outcome)]() mutable { done(std::move(outcome)); });

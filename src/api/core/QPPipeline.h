@@ -4,12 +4,14 @@
 // it, retry it, watch it). A step may end the call itself by completing without handing on.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/json.hpp>
@@ -41,7 +43,9 @@ struct Exchange {
   QPCallOptions options;
 
   // Built by the steps.
-  boost::json::object identifying;  // "partnerReference" and "programCode"
+  // "partnerReference" and "programCode", set by the identify step for the JSON entry.
+  std::array<std::pair<const char*, std::string>, 2> identifying{
+      {{"partnerReference", {}}, {"programCode", {}}}};
   QPHttpRequest request;
   std::atomic<int> attempts{0};      // made so far (read where the call finishes)
   bool resent = false;               // a step may send `request` again (else the send step takes it)
@@ -62,7 +66,7 @@ struct Outcome {
   }
 };
 
-using Done = std::function<void(Outcome)>;
+using Done = std::function<void(Outcome&&)>;
 class Step;
 using Steps = std::vector<std::unique_ptr<Step>>;
 

@@ -6,8 +6,9 @@ namespace brivane {
 
 QPRequestParams QPRequestBase::baseParams(const QPDate& now) {
   QPRequestParams params;
-  params["localDate"] = fields::convertLocalDate(now);
-  params["localTime"] = fields::convertLocalTime(now);
+  params.reserve(8);  // room for a request's usual fields
+  params.emplace("localDate", fields::convertLocalDate(now));
+  params.emplace("localTime", fields::convertLocalTime(now));
   return params;
 }
 

@@ -30,34 +30,34 @@ bool isSecretHeader(std::string_view name) {
 }
 
 // Characters a URL may carry as they are; every other byte is percent-escaped so that the text
-// parses as a URL (blanks, quotes, braces, non-ASCII). Existing escapes are left alone.
-constexpr std::array<bool, 256> kAllowedInURL = [] {
+// parses as a URL (blanks, quotes, braces, non-ASCII). Existing escapes are left alone. In a path,
+// "?" and "#" are escaped too (an identifier holding one stays part of the path).
+constexpr std::array<bool, 256> allowedInURL(bool inPath) {
   std::array<bool, 256> allowed{};
   for (int c = '0'; c <= '9'; ++c) allowed[c] = true;
   for (int c = 'a'; c <= 'z'; ++c) allowed[c] = true;
   for (int c = 'A'; c <= 'Z'; ++c) allowed[c] = true;
   for (unsigned char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%")) allowed[c] = true;
+  if (inPath) allowed['?'] = allowed['#'] = false;
   return allowed;
-}();
+}
+constexpr std::array<bool, 256> kAllowedInURL = allowedInURL(false);
+constexpr std::array<bool, 256> kAllowedInPath = allowedInURL(true);
 
-// Appends `text` to `url`, escaping what a URL cannot carry; with `inPath`, also "?" and "#"
-// (an identifier holding one stays part of the path).
+// Appends `text` to `url`, escaping what a URL cannot carry (with `inPath`, also "?" and "#").
 void appendEscaped(std::string& url, std::string_view text, bool inPath) {
   static constexpr char kHex[] = "0123456789ABCDEF";
-  auto carried = [inPath](unsigned char c) {
-    return kAllowedInURL[c] && !(inPath && (c == '?' || c == '#'));
-  };
-  std::size_t i = 0;
-  while (i < text.size()) {
-    std::size_t run = i;
-    while (run < text.size() && carried(static_cast<unsigned char>(text[run]))) ++run;
-    url.append(text.data() + i, run - i);
-    if (run == text.size()) break;
-    auto c = static_cast<unsigned char>(text[run]);
+  const std::array<bool, 256>& carried = inPath ? kAllowedInPath : kAllowedInURL;
+  const char* run = text.data();
+  const char* const end = run + text.size();
+  for (const char* at = run; at != end; ++at) {
+    const auto c = static_cast<unsigned char>(*at);
+    if (carried[c]) continue;
     const char escaped[3] = {'%', kHex[c >> 4], kHex[c & 0xF]};
-    url.append(escaped, 3);
-    i = run + 1;
+    url.append(run, static_cast<std::size_t>(at - run)).append(escaped, 3);
+    run = at + 1;
   }
+  url.append(run, static_cast<std::size_t>(end - run));
 }
 
 // Sends `exchange` through the transport's steps with the transport's settings of the moment.
@@ -71,8 +71,9 @@ void runPipeline(const QPTransportLayer& transport, std::shared_ptr<pipeline::Ex
     exchange->options = exchange->options.overriddenBy(*scoped);
   exchange->request.timeout = exchange->options.timeout.value_or(transport.timeoutInterval());
   exchange->request.maximumResponseSize = transport.maximumResponseSize();
+  exchange->request.headers.reserve(4);  // authorisation, accept, content type and one more
   pipeline::Pipeline::standard()->run(exchange,
-                                      [completion = std::move(completion)](pipeline::Outcome outcome) {
+                                      [completion = std::move(completion)](pipeline::Outcome&& outcome) {
                                         if (completion)
                                           completion(std::move(outcome.json), std::move(outcome.error));
                                       });
@@ -123,14 +124,27 @@ std::string QPTransportLayer::composeURL(const QPURLComponents& components) cons
       setting_ && setting_->urlStr() ? std::string_view(*setting_->urlStr()) : std::string_view();
   std::string_view path = components.path ? std::string_view(*components.path) : std::string_view();
   if (base.ends_with('/') && path.starts_with('/')) base.remove_suffix(1);
-  std::optional<std::string> query = components.query();
+  std::size_t size = base.size() + path.size();
+  if (components.queryItems) {
+    for (const QPURLQueryItem& item : *components.queryItems)
+      size += item.name.size() + (item.value ? item.value->size() + 1 : 0) + 1;
+  }
   std::string url;
-  url.reserve(base.size() + path.size() + (query ? query->size() + 1 : 0));
+  url.reserve(size + 8);
   appendEscaped(url, base, false);
   appendEscaped(url, path, true);
-  if (query) {
+  if (components.queryItems) {
+    // The query text of `components.query()`, escaped item by item ("&" and "=" pass as they are).
     url.push_back('?');
-    appendEscaped(url, *query, false);
+    for (std::size_t i = 0; i < components.queryItems->size(); ++i) {
+      const QPURLQueryItem& item = (*components.queryItems)[i];
+      if (i > 0) url.push_back('&');
+      appendEscaped(url, item.name, false);
+      if (item.value) {
+        url.push_back('=');
+        appendEscaped(url, *item.value, false);
+      }
+    }
   }
   return url;
 }

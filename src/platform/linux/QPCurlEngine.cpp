@@ -28,6 +28,26 @@ namespace {
 
 static_assert(NetworkEngine::kStoppedCode == CURLE_ABORTED_BY_CALLBACK);
 
+// A request's header lines as libcurl takes them, kept while a transfer uses them. Calls of one
+// provider send the same headers call after call: the engine keeps the last list and hands it
+// to the next request whose headers are equal, instead of building the lines again.
+struct HeaderList {
+  QPHttpHeaders fields;
+  curl_slist* lines = nullptr;
+
+  explicit HeaderList(const QPHttpHeaders& headers) : fields(headers) {
+    std::string line;
+    for (const auto& [name, value] : headers) {
+      line.assign(name).append(": ").append(value);
+      lines = curl_slist_append(lines, line.c_str());
+    }
+    lines = curl_slist_append(lines, "Expect:");
+  }
+  ~HeaderList() { curl_slist_free_all(lines); }
+  HeaderList(const HeaderList&) = delete;
+  HeaderList& operator=(const HeaderList&) = delete;
+};
+
 struct Transfer {
   QPHttpRequest request;
   QPHttpClient::Completion done;
@@ -35,7 +55,7 @@ struct Transfer {
   // Tells the engine when the request's stop token is stopped; destroyed before the transfer.
   std::unique_ptr<std::stop_callback<std::function<void()>>> onStop;
   CURL* easy = nullptr;
-  curl_slist* headers = nullptr;
+  std::shared_ptr<const HeaderList> headers;
   std::vector<std::pair<std::string, std::string>> headerFields;  // of the latest answer
   std::string body;
   bool tooLarge = false;
@@ -45,14 +65,18 @@ struct Transfer {
 
   ~Transfer() {
     onStop.reset();
-    if (headers != nullptr) curl_slist_free_all(headers);
-    if (easy != nullptr) curl_easy_cleanup(easy);
+    if (easy != nullptr) curl_easy_cleanup(easy);  // before the header lines it may still point to
   }
 };
 
+// The blanks of the "C" locale, whatever the process's locale (header lines are ASCII).
+constexpr bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
 std::string_view trim(std::string_view text) {
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
   return text;
 }
 
@@ -62,6 +86,7 @@ size_t onHeader(char* data, size_t size, size_t count, void* user) {
   if (line.starts_with("HTTP/")) {
     transfer->headerFields.clear();  // a new response (after a redirect or 100 Continue)
   } else if (auto colon = line.find(':'); colon != std::string_view::npos) {
+    if (transfer->headerFields.empty()) transfer->headerFields.reserve(8);  // an answer's usual few
     transfer->headerFields.emplace_back(std::string(trim(line.substr(0, colon))),
                                         std::string(trim(line.substr(colon + 1))));
   }
@@ -114,7 +139,8 @@ bool isHeader(const std::pair<std::string, std::string>& header, std::string_vie
   return true;
 }
 
-void guarded(const std::function<void()>& task) {
+template <class Task>
+void guarded(Task&& task) {
   runGuarded(task, "a networking callback");
 }
 
@@ -152,6 +178,7 @@ class CurlEngine final : public NetworkEngine {
 
   ~CurlEngine() override {
     shutDown();
+    for (CURL* easy : idleHandles_) curl_easy_cleanup(easy);
     g_source_destroy(source_);
     g_source_unref(source_);
     g_main_context_unref(context_);
@@ -341,7 +368,7 @@ class CurlEngine final : public NetworkEngine {
       finished.push_back({std::move(transfer), CURLE_ABORTED_BY_CALLBACK});
       return;
     }
-    CURL* easy = curl_easy_init();
+    CURL* easy = takeHandle();
     transfer->easy = easy;
     const QPHttpRequest& request = transfer->request;
     curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
@@ -355,10 +382,10 @@ class CurlEngine final : public NetworkEngine {
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer.get());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer.get());
-    for (const auto& [name, value] : request.headers)
-      transfer->headers = curl_slist_append(transfer->headers, (name + ": " + value).c_str());
-    transfer->headers = curl_slist_append(transfer->headers, "Expect:");
-    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, transfer->headers);
+    if (!headerList_ || headerList_->fields != request.headers)
+      headerList_ = std::make_shared<const HeaderList>(request.headers);
+    transfer->headers = headerList_;
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, transfer->headers->lines);
     if (request.body) {
       curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body->size()));
       curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, request.body->c_str());
@@ -372,6 +399,25 @@ class CurlEngine final : public NetworkEngine {
       return;
     }
     transfers_.emplace(easy, std::move(transfer));
+  }
+
+  // An easy handle for a new transfer: a kept one, reset to libcurl's defaults when it came
+  // back, or a new one.
+  CURL* takeHandle() {
+    if (idleHandles_.empty()) return curl_easy_init();
+    CURL* easy = idleHandles_.back();
+    idleHandles_.pop_back();
+    return easy;
+  }
+
+  // Keeps the easy handle of a finished transfer (out of the multi handle) for the next one. It
+  // is reset at once, so that it points to nothing of the transfer (its buffers, its header
+  // lines) and carries none of its options over; a few are kept, as many as may run at once.
+  void giveBack(CURL* easy) {
+    if (easy == nullptr) return;
+    if (idleHandles_.size() >= kKeptHandles) return curl_easy_cleanup(easy);
+    curl_easy_reset(easy);
+    idleHandles_.push_back(easy);
   }
 
   // A stopped request leaves libcurl at once: nothing more is sent or read for it.
@@ -401,7 +447,7 @@ class CurlEngine final : public NetworkEngine {
   // For a 3xx answer with a location in the request's own origin: turns the transfer into the
   // next request and returns true. A location in another origin (https to http included) is
   // refused: credentials and the body never follow it there.
-  static bool redirected(Transfer& transfer) {
+  bool redirected(Transfer& transfer) {
     long status = 0;
     char* location = nullptr;
     curl_easy_getinfo(transfer.easy, CURLINFO_RESPONSE_CODE, &status);
@@ -425,17 +471,16 @@ class CurlEngine final : public NetworkEngine {
         return isHeader(header, "Content-Length") || isHeader(header, "Content-Type");
       });
     }
-    curl_slist_free_all(transfer.headers);
-    transfer.headers = nullptr;
-    curl_easy_cleanup(transfer.easy);
+    giveBack(transfer.easy);
     transfer.easy = nullptr;
+    transfer.headers.reset();
     transfer.headerFields.clear();
     transfer.body.clear();
     transfer.errorText[0] = '\0';
     return true;
   }
 
-  static void complete(std::unique_ptr<Transfer> transfer, CURLcode code) {
+  void complete(std::unique_ptr<Transfer> transfer, CURLcode code) {
     QPHttpResult result;
     if (code == CURLE_ABORTED_BY_CALLBACK && transfer->request.stop.stop_requested()) {
       result.code = code;
@@ -462,6 +507,7 @@ class CurlEngine final : public NetworkEngine {
       result.body = std::move(transfer->body);
     }
     auto done = std::move(transfer->done);
+    giveBack(std::exchange(transfer->easy, nullptr));
     transfer.reset();  // the handle goes back before the caller sees the answer
     guarded([&] { done(std::move(result)); });
   }
@@ -518,7 +564,10 @@ class CurlEngine final : public NetworkEngine {
 
   // Touched only where the main context runs.
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> transfers_;
-  gint64 timerDeadline_ = -1;  // when libcurl wants its timer action (GLib's monotonic µs); -1: never
+  std::shared_ptr<const HeaderList> headerList_;  // the latest request's header lines
+  static constexpr std::size_t kKeptHandles = 8;
+  std::vector<CURL*> idleHandles_;  // easy handles of finished transfers, reset
+  gint64 timerDeadline_ = -1;       // when libcurl wants its timer action (GLib's monotonic µs); -1: never
 
   std::mutex workMutex_;
   std::condition_variable workReady_;

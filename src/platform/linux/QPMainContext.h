@@ -23,7 +23,8 @@ inline void wakeIfWaiting(GMainContext* context) {
 
 /// Runs `task`; an exception is logged as `what` threw it, so that it never unwinds through
 /// GLib's C frames or ends the main loop.
-inline void runGuarded(const std::function<void()>& task, const char* what) {
+template <class Task>
+void runGuarded(Task&& task, const char* what) {
   try {
     task();
   } catch (const std::exception& e) {
@@ -49,5 +50,16 @@ class CompletionScope {
  private:
   bool outer_;
 };
+
+/// Runs `task`, a host's completion, at once when the current thread is handing over finished
+/// requests (what the host's code starts meanwhile is posted as usual) and returns true; returns
+/// false, without running it, otherwise.
+template <class Task>
+bool completeInScope(Task& task) {
+  if (!CompletionScope::active()) return false;
+  CompletionScope hostCode(false);
+  runGuarded(task, "a completion");
+  return true;
+}
 
 }  // namespace brivane::platform

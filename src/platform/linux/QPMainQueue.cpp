@@ -35,6 +35,24 @@ class TaskQueue {
     if (wasEmpty) platform::wakeIfWaiting(context_);  // the first task's wake-up covers the rest
   }
 
+  // While a `runUntil` waits, the context looks up every few milliseconds even when nothing is
+  // due, so that a condition changed on another thread and the deadline are seen. Counted, so
+  // that nested waits (and waits on several threads) keep it until the last one ends.
+  class Waiting {
+   public:
+    explicit Waiting(TaskQueue& queue) : queue_(queue) {
+      // A thread already waiting in the context's poll looks at the new time-out.
+      if (queue_.waiters_.fetch_add(1, std::memory_order_relaxed) == 0)
+        platform::wakeIfWaiting(queue_.context_);
+    }
+    ~Waiting() { queue_.waiters_.fetch_sub(1, std::memory_order_relaxed); }
+    Waiting(const Waiting&) = delete;
+    Waiting& operator=(const Waiting&) = delete;
+
+   private:
+    TaskQueue& queue_;
+  };
+
  private:
   struct QueueSource {
     GSource base;
@@ -53,10 +71,12 @@ class TaskQueue {
 
   static TaskQueue* of(GSource* source) { return reinterpret_cast<QueueSource*>(source)->queue; }
 
+  static constexpr gint kWaitingLookMs = 5;
+
   static gboolean prepare(GSource* source, gint* timeout) {
-    *timeout = -1;
-    bool ready = of(source)->count_.load(std::memory_order_acquire) > 0;
-    if (ready) *timeout = 0;
+    TaskQueue* queue = of(source);
+    bool ready = queue->count_.load(std::memory_order_acquire) > 0;
+    *timeout = ready ? 0 : queue->waiters_.load(std::memory_order_relaxed) > 0 ? kWaitingLookMs : -1;
     return ready;
   }
 
@@ -87,12 +107,9 @@ class TaskQueue {
   GSource* source_ = nullptr;
   std::mutex mutex_;
   std::atomic<std::size_t> count_{0};
+  std::atomic<int> waiters_{0};  // `runUntil` calls in progress
   std::deque<std::function<void()>> tasks_;
 };
-
-gboolean keepTicking(gpointer) {
-  return G_SOURCE_CONTINUE;
-}
 
 }  // namespace
 
@@ -101,10 +118,7 @@ void QPMainQueue::post(std::function<void()> task) {
 }
 
 void QPMainQueue::complete(std::function<void()> task) {
-  if (!platform::CompletionScope::active()) return TaskQueue::shared().post(std::move(task));
-  // The host's code is not part of the hand-over: what it starts is posted as usual.
-  platform::CompletionScope hostCode(false);
-  platform::runGuarded(task, "a completion");
+  if (!platform::completeInScope(task)) TaskQueue::shared().post(std::move(task));
 }
 
 namespace platform {
@@ -128,13 +142,10 @@ bool QPMainQueue::runUntil(const std::function<bool()>& done, std::chrono::milli
   const gint64 deadline =
       g_get_monotonic_time() + std::chrono::duration_cast<std::chrono::microseconds>(timeout).count();
   // A condition may also change on another thread without waking the context, and the
-  // deadline must be seen: look again every few milliseconds.
-  GSource* tick = g_timeout_source_new(5);
-  g_source_set_callback(tick, keepTicking, nullptr, nullptr);
-  g_source_attach(tick, context);
+  // deadline must be seen: the queue's source has the context look again every few
+  // milliseconds while this runs.
+  TaskQueue::Waiting waiting(TaskQueue::shared());
   while (!done() && g_get_monotonic_time() < deadline) g_main_context_iteration(context, TRUE);
-  g_source_destroy(tick);
-  g_source_unref(tick);
   return done();
 }
 

@@ -226,6 +226,46 @@ TEST(QPTransportWire, IpAddressAloneLeavesOnlyTheIdentifyingParametersInTheBody)
   EXPECT_TRUE(body.as_object().contains("programCode"));
 }
 
+// The networking keeps easy handles and header lists from call to call: nothing of one call (its
+// method, body, headers) may reach the next.
+TEST(QPTransportWire, ConsecutiveCallsCarryNothingOfTheOneBefore) {
+  SandboxClient client;
+  auto transport = client.provider->apiClientModule()->transportLayer();
+  struct Step {
+    const char* method;
+    const char* token;
+    std::optional<boost::json::object> params;  // nil: a GET with query items
+    const char* bodyHas;                        // nullptr: no body
+  } steps[] = {
+      {"POST", "first", boost::json::object{{"amount", "1"}, {"X-Ip-Address", "10.0.0.1"}},
+       "\"amount\":\"1\""},
+      {"GET", "second", std::nullopt, nullptr},
+      {"DELETE", "second", boost::json::object{}, nullptr},
+      {"PUT", "first", boost::json::object{{"amount", "2"}}, "\"amount\":\"2\""},
+      {"GET", "first", std::nullopt, nullptr},
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(std::string(step.method) + " " + step.token);
+    client.tokens->setAccessToken(step.token);
+    QPURLComponents components;
+    components.path = "/echo";
+    if (!step.params) components.queryItems = std::vector<QPURLQueryItem>{{"a", "1"}};
+    TransportCall call;
+    transport->loadRequestWithURLComponents(components, step.method, step.params, call.completion());
+    ASSERT_TRUE(call.wait());
+    const std::string body = client.sandbox.lastBody("/echo");
+    if (step.bodyHas) {
+      EXPECT_THAT(body, HasSubstr(step.bodyHas));
+    } else {
+      EXPECT_EQ(body, "");
+    }
+    EXPECT_EQ(client.sandbox.lastQuery("/echo").empty(), step.params.has_value());
+    EXPECT_EQ(client.sandbox.lastHeader("/echo", "Authorization"), std::string("Bearer ") + step.token);
+    EXPECT_EQ(client.sandbox.lastHeader("/echo", "X-Ip-Address"),
+              step.params && step.params->contains("X-Ip-Address") ? "10.0.0.1" : "");
+  }
+}
+
 TEST(QPTransportWire, EmptyParametersSendNoBodyAndAnUnsetPrefixPrintsNull) {
   SandboxClient client;
   auto setting = std::make_shared<QPApiClientSetting>();
