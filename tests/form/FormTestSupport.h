@@ -8,10 +8,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -190,7 +190,9 @@ struct Record {
   std::vector<std::string> messages;  // names of the page's script messages
 
   std::size_t outcomes() const { return successes.size() + errors.size() + cancels.size(); }
-  std::size_t count(const std::string& name) const { return std::count(messages.begin(), messages.end(), name); }
+  std::size_t count(const std::string& name) const {
+    return std::count(messages.begin(), messages.end(), name);
+  }
 };
 
 // The form as the suites place it: pointed at the stand-ins, with the sandbox's return page as
@@ -207,7 +209,8 @@ inline std::unique_ptr<QPPaymentForm> formForStandIns(const std::string& base, R
     record->successes.push_back({code, token, payload});
   });
   form->setOnError([record](const boost::json::value& error) { record->errors.push_back(error); });
-  form->setOnCancel([record](const std::optional<std::string>& message) { record->cancels.push_back(message); });
+  form->setOnCancel(
+      [record](const std::optional<std::string>& message) { record->cancels.push_back(message); });
   form->setURLOpener([record](const std::string& url) { record->opened.push_back(url); });
   form->setScriptMessageObserver(
       [record](const std::string& name, const boost::json::value&) { record->messages.push_back(name); });
@@ -254,8 +257,8 @@ class FormTest : public ::testing::Test {
     form_->renderWithPaymentOptions(options, token, style);
   }
   // Renders and waits until the form has said that its page loaded.
-  bool renderAndLoad(std::uint64_t provider, const std::vector<std::string>& options, const std::string& token,
-                     const std::shared_ptr<QPFormStyle>& style = nullptr) {
+  bool renderAndLoad(std::uint64_t provider, const std::vector<std::string>& options,
+                     const std::string& token, const std::shared_ptr<QPFormStyle>& style = nullptr) {
     render(provider, options, token, style);
     return pumpUntil([this] { return record_.loaded > 0; }, 15);
   }

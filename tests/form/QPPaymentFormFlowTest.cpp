@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <mutex>
+#include <tuple>
 
 #include <glib.h>
 #include <gtkmm/button.h>
@@ -353,8 +354,9 @@ TEST_F(QPPaymentFormFlowTest, AFormServiceThatNeverAnswersShowsANotice) {
 }
 
 TEST_F(QPPaymentFormFlowTest, PayUSuccessNeverComesAfterTheFormIsGone) {
-  ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayU, {"PAYU"},
-         base() + "/providers/payu/pay?orderId=9&token=gone&continueUrl=" + escaped(redirect())));
+  ASSERT_TRUE(
+      renderAndLoad(QPPaymentProviderPayU, {"PAYU"},
+                    base() + "/providers/payu/pay?orderId=9&token=gone&continueUrl=" + escaped(redirect())));
   const std::string step = sandbox::shopperStepScript(ShopperMode::Approve);
   evaluate(step);
   ASSERT_TRUE(pumpUntil([this] { return form_->isOverlayShown(); }, 10));
@@ -466,41 +468,20 @@ TEST_F(QPPaymentFormFlowTest, TheToolbarFollowsTheFocusByProvider) {
       "true";
   const std::vector<std::string> standard = {" < ", " > ", "", "Done"};
   const std::vector<std::string> doneOnly = {"", "Done"};
+  const std::string sepaInput =
+      "document.getElementById('qp-frame').contentDocument.querySelector('input[name=iban]').focus(); true";
+  const std::string newInput = "document.body.appendChild(document.createElement('input')).focus(); true";
+  const auto [T0, TS, TW, T3] =
+      std::tuple{QPToolbarTypeNone, QPToolbarTypeStandard, QPToolbarTypeWizard, QPToolbarType3dSecure};
   const ToolbarCase cases[] = {
-      {"gateway card", 0, {"VISA"}, false, cardInput, standard, QPToolbarTypeStandard, QPToolbarTypeNone},
-      {"gateway wizard", 0, {"VISA"}, true, cardInput, doneOnly, QPToolbarTypeWizard, QPToolbarTypeWizard},
-      {"form service",
-       3,
-       {"VISA"},
-       false,
-       frameInput,
-       doneOnly,
-       QPToolbarType3dSecure,
-       QPToolbarType3dSecure},
-      {"SEPA form service",
-       6,
-       {"BNKACCT"},
-       false,
-       "document.getElementById('qp-frame').contentDocument.querySelector('input[name=iban]').focus(); true",
-       doneOnly,
-       QPToolbarType3dSecure,
-       QPToolbarType3dSecure},
-      {"gateway through the form service",
-       7,
-       {"VISA"},
-       false,
-       frameInput,
-       {},
-       QPToolbarTypeNone,
-       QPToolbarTypeNone},
-      {"gateway PayPal",
-       0,
-       {"PAYPAL"},
-       false,
-       "document.body.appendChild(document.createElement('input')).focus(); true",
-       {},
-       QPToolbarTypeNone,
-       QPToolbarTypeNone},
+      // clang-format off
+      {"gateway card", 0, {"VISA"}, false, cardInput, standard, TS, T0},
+      {"gateway wizard", 0, {"VISA"}, true, cardInput, doneOnly, TW, TW},
+      {"form service", 3, {"VISA"}, false, frameInput, doneOnly, T3, T3},
+      {"SEPA form service", 6, {"BNKACCT"}, false, sepaInput, doneOnly, T3, T3},
+      {"gateway through the form service", 7, {"VISA"}, false, frameInput, {}, T0, T0},
+      {"gateway PayPal", 0, {"PAYPAL"}, false, newInput, {}, T0, T0},
+      // clang-format on
   };
   for (const ToolbarCase& c : cases) {
     SCOPED_TRACE(c.name);
@@ -583,8 +564,9 @@ TEST_F(QPPaymentFormFlowTest, StandInsSpeakTheLanguageTheFormPasses) {
     SCOPED_TRACE(c.language);
     setenv("LANGUAGE", c.language.c_str(), 1);
     restart();
-    ASSERT_TRUE(renderAndLoad(c.provider, {c.option},
-           c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=1&lang=en" : "words"));
+    ASSERT_TRUE(renderAndLoad(
+        c.provider, {c.option},
+        c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=1&lang=en" : "words"));
     EXPECT_TRUE(pumpUntil([&] { return evaluate(c.label) == boost::json::value(c.text.c_str()); }, 10))
         << boost::json::serialize(evaluate(c.label));
   }
@@ -746,34 +728,24 @@ TEST_F(QPPaymentFormFlowTest, EnterInAFieldSubmitsEveryProvidersPage) {
                        {"cvv", "1234"},
                        {"cardHolder", "Erika Mustermann"}};
   const std::string iban = "DE89 3704 0044 0532 0130 00";
+  const Fields sepa = {{"bankAccount.holder", "Erika Mustermann"}, {"bankAccount.iban", iban}};
+  const Fields payU = {{"cardNumber", "4000 0000 0000 0002"},
+                       {"expiry", "12 / 39"},
+                       {"cvv", "123"},
+                       {"cardHolder", "Erika Mustermann"}};
+  const Fields serviceSepa = {{"accountHolder", "Erika Mustermann"}, {"iban", iban}};
   const EnterCase cases[] = {
+      // clang-format off
       {"card widget", 0, "VISA", false, gatewayCard, AfterEnter::BeforeSubmit},
-      {"gateway SEPA",
-       0,
-       "BNKACCT",
-       false,
-       {{"bankAccount.holder", "Erika Mustermann"}, {"bankAccount.iban", iban}},
-       AfterEnter::BeforeSubmit},
-      {"PayU",
-       1,
-       "PAYU",
-       false,
-       {{"cardNumber", "4000 0000 0000 0002"},
-        {"expiry", "12 / 39"},
-        {"cvv", "123"},
-        {"cardHolder", "Erika Mustermann"}},
-       AfterEnter::Declined},
+      {"gateway SEPA", 0, "BNKACCT", false, sepa, AfterEnter::BeforeSubmit},
+      {"PayU", 1, "PAYU", false, payU, AfterEnter::Declined},
       {"PayPal's button", 2, "PAYPAL", false, {}, AfterEnter::PayPalOpens},
       {"CyberSource", 3, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
       {"TokenEx", 4, "AMEX", true, amex, AfterEnter::BeforeSubmit},
       {"Vesta", 5, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
-      {"SEPA",
-       6,
-       "BNKACCT",
-       true,
-       {{"accountHolder", "Erika Mustermann"}, {"iban", iban}},
-       AfterEnter::BeforeSubmit},
+      {"SEPA", 6, "BNKACCT", true, serviceSepa, AfterEnter::BeforeSubmit},
       {"PAYON PCI", 7, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
+      // clang-format on
   };
   for (const EnterCase& c : cases) {
     SCOPED_TRACE(c.name);
