@@ -149,6 +149,9 @@ TEST_F(QPPaymentFormFlowTest, EveryProviderReachesExactlyOneOutcome) {
     QPPaymentForm& form = *run.form;
     const formtest::Record& record = *run.record;
     ASSERT_EQ(record.outcomes(), 1u);
+    if (c.mode != ShopperMode::Challenge) {
+      EXPECT_EQ(record.loaded, 1);
+    }
     EXPECT_FALSE(form.isActivityIndicatorShown());
     EXPECT_FALSE(form.isOverlayShown());
     const sandbox::Authorization ledger = authorization(run.token);
@@ -178,6 +181,7 @@ TEST_F(QPPaymentFormFlowTest, EveryProviderReachesExactlyOneOutcome) {
       }
       case Outcome::Error:
         ASSERT_EQ(record.errors.size(), 1u);
+        EXPECT_FALSE(form.isFormFinished());
         EXPECT_THAT(boost::json::serialize(record.errors[0]), HasSubstr("declined"));
         EXPECT_TRUE(ledger.declined);
         EXPECT_FALSE(ledger.completedByShopper);
@@ -431,21 +435,35 @@ TEST_F(QPPaymentFormFlowTest, ScriptErrorsMakeValidationFail) {
   EXPECT_GE(elapsed, 0.25);  // how many waits: FieldValidationTest
 }
 
+// The page's before-submit request (its Enter or the decline) with a callback without arguments:
+// the 3-D Secure bar replaces the standard one at once, whose previous and next buttons are gone,
+// and stays after the keyboard has gone.
 TEST_F(QPPaymentFormFlowTest, ABeforeSubmitWithoutArgumentsLeadsTo3dSecureToolbar) {
   setenv("LANGUAGE", "en", 1);
   int calls = 0;
   form_->setOnBeforeSubmitCallback([&calls] { ++calls; });
   ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayon, {"VISA"}, "3ds-toolbar"));
+  const std::string focus = "document.querySelector(\"input[name='card.number']\").focus(); true";
+  evaluate(focus);
+  ASSERT_TRUE(pumpUntil([this] { return form_->isNextButtonEnabled(); }, 10));
   EXPECT_EQ(evaluate("window.prompt('jsFunction: ObjC_onBeforeSubmit', '{\"paymentBrand\": \"VISA\"}')"),
             boost::json::value("true"));
   EXPECT_EQ(calls, 1);
   ASSERT_TRUE(pumpUntil([this] { return form_->toolbarType() == QPToolbarType3dSecure; }, 5));
-  evaluate("document.querySelector(\"input[name='card.number']\").focus(); true");
-  ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
   EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", "Done"}));
+  // The page goes on reporting its previous / next states (Shift+Tab in the page).
+  evaluate(
+      "window.webkit.messageHandlers.ObjC_PrevButtEnabled.postMessage(true);"
+      "window.webkit.messageHandlers.ObjC_NextButtEnabled.postMessage(true); true");
+  pumpFor(0.3);
+  EXPECT_FALSE(form_->isPrevButtonEnabled());
+  EXPECT_FALSE(form_->isNextButtonEnabled());
   form_->doneWebViewInpit();
   ASSERT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
   EXPECT_EQ(form_->toolbarType(), QPToolbarType3dSecure);  // survives the keyboard hiding
+  evaluate(focus);
+  ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
+  EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", "Done"}));
   unsetenv("LANGUAGE");
 }
 

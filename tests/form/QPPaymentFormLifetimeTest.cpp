@@ -129,31 +129,5 @@ TEST_F(QPPaymentFormLifetimeTest, TheHostMayDestroyTheFormInsideEveryCallback) {
   std::filesystem::remove_all(dir);
 }
 
-// The decline and the page's Enter: with a before-submit callback the 3-D Secure bar replaces the
-// standard one, whose previous and next buttons are gone then.
-TEST_F(QPPaymentFormLifetimeTest, TheToolbarSwapLeavesNoButtonBehind) {
-  setenv("LANGUAGE", "en", 1);
-  int requests = 0;
-  form_->setOnBeforeSubmitCallback([&requests] { ++requests; });
-  form_->setPaymentProvider(QPPaymentProviderPayon);
-  form_->renderWithPaymentOptions(std::vector<std::string>{"VISA"}, "toolbar-swap", nullptr);
-  ASSERT_TRUE(pumpUntil([this] { return form_->isWebViewLoaded(); }, 15));
-  formtest::evaluateIn(*form_, "document.querySelector(\"input[name='card.number']\").focus(); true");
-  ASSERT_TRUE(pumpUntil([this] { return form_->isNextButtonEnabled(); }, 10));
-  formtest::evaluateIn(*form_,
-                       "window.prompt('jsFunction: ObjC_onBeforeSubmit', '{\"paymentBrand\": \"VISA\"}')");
-  ASSERT_TRUE(pumpUntil([this] { return form_->toolbarType() == QPToolbarType3dSecure; }, 5));
-  EXPECT_EQ(requests, 1);
-  EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", "Done"}));
-  // The page goes on reporting its previous / next states (Shift+Tab in the page).
-  formtest::evaluateIn(*form_,
-                       "window.webkit.messageHandlers.ObjC_PrevButtEnabled.postMessage(true);"
-                       "window.webkit.messageHandlers.ObjC_NextButtEnabled.postMessage(true); true");
-  pumpFor(0.3);
-  EXPECT_FALSE(form_->isPrevButtonEnabled());
-  EXPECT_FALSE(form_->isNextButtonEnabled());
-  unsetenv("LANGUAGE");
-}
-
 }  // namespace
 }  // namespace brivane

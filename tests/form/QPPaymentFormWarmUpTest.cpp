@@ -109,62 +109,6 @@ class QPPaymentFormWarmUpTest : public ::testing::Test {
   std::vector<std::unique_ptr<QPPaymentForm>> forms_;
 };
 
-enum class Outcome { Success, Error, Cancel };
-
-struct SameCase {
-  std::string name;
-  std::uint64_t provider;
-  std::vector<std::string> options;
-  ShopperMode mode;
-  Outcome outcome;
-};
-
-TEST_F(QPPaymentFormWarmUpTest, FormsEndTheSameWithAndWithoutTheWarmUp) {
-  const SameCase cases[] = {
-      {"form service card", 3, {"VISA", "MSTRCRD"}, ShopperMode::Approve, Outcome::Success},
-      {"gateway card declined", 0, {"VISA"}, ShopperMode::Decline, Outcome::Error},
-      {"PayPal cancelled", 2, {"PAYPAL"}, ShopperMode::Cancel, Outcome::Cancel},
-  };
-  int n = 0;
-  for (const SameCase& c : cases) {
-    for (const bool warm : {false, true}) {
-      SCOPED_TRACE(c.name + (warm ? ", warmed up" : ", cold"));
-      QPPaymentForm::releaseWarmUp();
-      if (warm) {
-        ASSERT_THAT(warmUpAndWait(), ElementsAre(true));
-      }
-      EXPECT_EQ(QPPaymentForm::isWarmedUp(), warm);
-      Record record;
-      QPPaymentForm& form = newForm(record);
-      const std::string token = "same-" + std::to_string(++n);
-      ASSERT_TRUE(renderAndLoad(form, record, c.provider, c.options, token));
-      ASSERT_TRUE(shop(form, record, c.mode)) << "no outcome";
-      EXPECT_EQ(record.loaded, 1);
-      EXPECT_EQ(record.outcomes(), 1u);
-      EXPECT_EQ(form.isFormFinished(), c.outcome != Outcome::Error);
-      EXPECT_FALSE(form.isActivityIndicatorShown());
-      switch (c.outcome) {
-        case Outcome::Success:
-          ASSERT_EQ(record.successes.size(), 1u);
-          EXPECT_EQ(record.successes[0].token, token);
-          ASSERT_TRUE(record.successes[0].payload.has_value());
-          EXPECT_TRUE(record.successes[0].payload->starts_with("data=")) << *record.successes[0].payload;
-          break;
-        case Outcome::Error:
-          ASSERT_EQ(record.errors.size(), 1u);
-          EXPECT_THAT(boost::json::serialize(record.errors[0]), HasSubstr("declined"));
-          break;
-        case Outcome::Cancel:
-          EXPECT_THAT(record.cancels, ElementsAre(std::nullopt));
-          break;
-      }
-      if (warm) {
-        EXPECT_TRUE(sharesTheWarmProcess(form));
-      }
-    }
-  }
-}
-
 TEST_F(QPPaymentFormWarmUpTest, OnlyFormsCreatedAfterTheWarmUpShareItsProcess) {
   Record before, after;
   QPPaymentForm& early = newForm(before);
