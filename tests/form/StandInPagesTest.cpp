@@ -187,17 +187,12 @@ TEST_F(StandInPagesTest, ADeclineLeavesNoCardNumberOrSecurityCodeOnScreen) {
     std::vector<std::string> options;
     std::string fields;  // script answering [number, cvv, holder, whether the number has the focus]
   };
+  const std::string card =
+      "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
+      "qpDoc.activeElement === qpField('number')]";
   const Case cases[] = {
-      {"card widget",
-       0,
-       {"VISA"},
-       "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
-       "qpDoc.activeElement === qpField('number')]"},
-      {"form service",
-       3,
-       {"VISA"},
-       "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
-       "qpDoc.activeElement === qpField('number')]"},
+      {"card widget", 0, {"VISA"}, card},
+      {"form service", 3, {"VISA"}, card},
       {"PayU",
        1,
        {"PAYU"},
