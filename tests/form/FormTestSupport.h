@@ -8,15 +8,19 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <glib.h>
+#include <gtest/gtest.h>
 #include <gtkmm/window.h>
 
 #include <boost/json/value.hpp>
@@ -104,32 +108,30 @@ inline boost::json::value evaluateIn(QPPaymentForm& form, const std::string& scr
   return answer.value_or(boost::json::string("error: no answer"));
 }
 
-// The scripted shopper takes a step in the form's page every 0.3 s until `ended` holds (true) or
-// `seconds` pass (false); `stepped` (may be null) receives the answer of each step.
+// The scripted shopper takes a step in the form's page as soon as its previous step has answered
+// (at most every 50 ms) until `ended` holds (true) or `seconds` pass (false); `stepped` (may be
+// null) receives the answer of each step. Each step does what the page offers once only.
 inline bool shopUntil(QPPaymentForm& form, sandbox::ShopperMode mode, const std::function<bool()>& ended,
                       double seconds, const CustomWebView::ScriptResult& stepped = nullptr) {
   const std::string step = sandbox::shopperStepScript(mode);
+  auto answered = std::make_shared<bool>(true);  // outlives this call: a late answer may come
   auto next = std::chrono::steady_clock::now();
   return pumpUntil(
       [&] {
         if (ended()) return true;
-        if (std::chrono::steady_clock::now() >= next) {
-          next = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
-          QPPaymentFormInternals::webView(form).evaluate(step, stepped);
+        if (*answered && std::chrono::steady_clock::now() >= next) {
+          *answered = false;
+          next = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
+          QPPaymentFormInternals::webView(form).evaluate(
+              step, [answered, stepped](const std::optional<boost::json::value>& result,
+                                        const std::optional<std::string>& error) {
+                *answered = true;
+                if (stepped) stepped(result, error);
+              });
         }
         return false;
       },
       seconds);
-}
-
-// The form as the suites place it: in a window, pointed at `base`'s stand-ins, with the
-// sandbox's return page as the host's redirect.
-inline std::unique_ptr<QPPaymentForm> formForStandIns(const std::string& base) {
-  auto form = std::make_unique<QPPaymentForm>();
-  form->setDeployment(QPFormDeployment::forBaseURL(base));
-  form->setApiURL(base + "/providers/formservice");
-  form->setRedirectURL(base + "/providers/return");
-  return form;
 }
 
 // A loopback server with the stand-in provider pages, served from its own thread. With a
@@ -160,6 +162,111 @@ class ProviderServer {
   std::unique_ptr<httplib::Server> server_;
   int port_ = 0;
   std::thread thread_;
+};
+
+// The sandbox's ledger the stand-in pages mark, and the one server with those pages that every
+// form suite of the program uses (started on first use, stopped at exit).
+inline sandbox::Sandbox::State& providerState() {
+  static sandbox::Sandbox::State state;
+  return state;
+}
+inline ProviderServer& providerServer() {
+  static ProviderServer server(std::make_unique<httplib::Server>(), &providerState());
+  return server;
+}
+
+// What a form reported to its host, in the order it arrived.
+struct Record {
+  struct Success {
+    std::optional<std::string> code;
+    std::string token;
+    std::optional<std::string> payload;
+  };
+  int loaded = 0;
+  std::vector<Success> successes;
+  std::vector<boost::json::value> errors;
+  std::vector<std::optional<std::string>> cancels;
+  std::vector<std::string> opened;    // URLs handed to the host's opener
+  std::vector<std::string> messages;  // names of the page's script messages
+
+  std::size_t outcomes() const { return successes.size() + errors.size() + cancels.size(); }
+  std::size_t count(const std::string& name) const {
+    return std::count(messages.begin(), messages.end(), name);
+  }
+};
+
+// The form as the suites place it: pointed at the stand-ins, with the sandbox's return page as
+// the host's redirect, reporting every callback into `record`.
+inline std::unique_ptr<QPPaymentForm> formForStandIns(const std::string& base, Record* record = nullptr) {
+  auto form = std::make_unique<QPPaymentForm>();
+  form->setDeployment(QPFormDeployment::forBaseURL(base));
+  form->setApiURL(base + "/providers/formservice");
+  form->setRedirectURL(base + "/providers/return");
+  if (record == nullptr) return form;
+  form->setOnFormLoaded([record] { ++record->loaded; });
+  form->setOnSuccessCallback([record](const std::optional<std::string>& code, const std::string& token,
+                                      const std::optional<std::string>& payload) {
+    record->successes.push_back({code, token, payload});
+  });
+  form->setOnError([record](const boost::json::value& error) { record->errors.push_back(error); });
+  form->setOnCancel(
+      [record](const std::optional<std::string>& message) { record->cancels.push_back(message); });
+  form->setURLOpener([record](const std::string& url) { record->opened.push_back(url); });
+  form->setScriptMessageObserver(
+      [record](const std::string& name, const boost::json::value&) { record->messages.push_back(name); });
+  return form;
+}
+
+// One form in a shown window against the stand-ins, its callbacks in `record_`; `restart()`
+// gives a case a fresh window, form and record.
+class FormTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    window_ = std::make_unique<Gtk::Window>();
+    window_->set_default_size(420, 680);
+    form_ = formForStandIns(base(), &record_);
+    window_->set_child(*form_);
+    window_->present();
+  }
+  void TearDown() override {
+    destroyForm();
+    window_.reset();
+    pumpFor(0.05);
+  }
+  void restart() {
+    TearDown();
+    record_ = Record();
+    SetUp();
+  }
+  void destroyForm() {
+    if (!form_) return;
+    window_->unset_child();
+    form_.reset();
+  }
+
+  static std::string base() { return providerServer().baseUrl(); }
+  static std::string redirect() { return base() + "/providers/return"; }
+  // PayU's page as a host's token names it.
+  static std::string payU(const std::string& query = "orderId=1") {
+    return base() + "/providers/payu/pay?" + query;
+  }
+
+  void render(std::uint64_t provider, const std::vector<std::string>& options, const std::string& token,
+              const std::shared_ptr<QPFormStyle>& style = nullptr) {
+    form_->setPaymentProvider(provider);
+    form_->renderWithPaymentOptions(options, token, style);
+  }
+  // Renders and waits until the form has said that its page loaded.
+  bool renderAndLoad(std::uint64_t provider, const std::vector<std::string>& options,
+                     const std::string& token, const std::shared_ptr<QPFormStyle>& style = nullptr) {
+    render(provider, options, token, style);
+    return pumpUntil([this] { return record_.loaded > 0; }, 15);
+  }
+  boost::json::value evaluate(const std::string& script) { return evaluateIn(*form_, script); }
+
+  std::unique_ptr<Gtk::Window> window_;
+  std::unique_ptr<QPPaymentForm> form_;
+  Record record_;
 };
 
 }  // namespace brivane::formtest

@@ -196,6 +196,11 @@ TEST(QPFormText, PayUURLCarriesTheCurrentLanguage) {
             "https://payu.example/p?order=7&lang=fr");
 }
 
+// Every piece occurs in the page.
+void expectIn(const std::string& html, std::initializer_list<std::string> pieces) {
+  for (const std::string& piece : pieces) EXPECT_THAT(html, HasSubstr(piece));
+}
+
 // A template directory whose three templates list every placeholder, one per line.
 class QPFormRenderTest : public ::testing::Test {
  protected:
@@ -211,7 +216,8 @@ class QPFormRenderTest : public ::testing::Test {
         "cardPh={{{cardNumberPlaceholderJson}}}\ncvvPh={{{cvvPlaceholderJson}}}\n"
         "iban={{validationErrorInvalidIbanCountry}}\nholder={{validationErrorCardHolder}}\n"
         "account={{validationErrorAccountHolder}}\nstore={{storePaymentMethodText}}\n"
-        "unavailable={{formUnavailableText}}\nauth={{{authorizationToken}}}\nformUrl={{{paymentFormUrl}}}\ncodes=__paymentOptionCodes__\n"
+        "unavailable={{formUnavailableText}}\nauth={{{authorizationToken}}}\nformUrl={{{paymentFormUrl}}}"
+        "\ncodes=__paymentOptionCodes__\n"
         "iframeCss=__iframeCss__\nsuccess={{{successURL}}}\ncancel={{{cancelURL}}}\n"
         "pp={{{paypalButtonSize}}}|{{{paypalButtonColor}}}|{{{paypalButtonShape}}}|{{{paypalButtonLabel}}}|"
         "{{{paypalButtonTagline}}}\n"
@@ -243,18 +249,16 @@ class QPFormRenderTest : public ::testing::Test {
 TEST_F(QPFormRenderTest, CardGatewayWidget) {
   QPFormConfiguration c = validConfiguration(QPPaymentProviderPayon);
   QPRenderedForm page = render(c, {"MSTRCRD"});
-  EXPECT_THAT(page.html, HasSubstr("payon_form\nversion=7.6.0\ntokenex=false\nstorable=false\nprovider=\n"));
-  EXPECT_THAT(page.html,
-              HasSubstr("submit=T(submit_butt_title)\nlocale=de\nLOCALE=de\nheight=480px\nmode=test\n"));
-  EXPECT_THAT(page.html, HasSubstr("widget=http://sandbox.test/providers/payon/test/v1/\n"));
-  EXPECT_THAT(page.html, HasSubstr("callback=http://sandbox.test/callbacks/payon?paymentOptionCode=MSTRCRD&"
-                                   "authorizationToken=tok-1\nbrands=MASTER\ncss=\ncardPh=\ncvvPh=\n"));
-  EXPECT_THAT(page.html, HasSubstr("iban=T(iban_country_warning)\nholder=T(invalid_card_holder)\n"
-                                   "account=T(invalid_account_holder)\nstore=T(store_payment_option)\n"
-                                   "unavailable=T(form_unavailable)\n"));
+  expectIn(page.html, {"payon_form\nversion=7.6.0\ntokenex=false\nstorable=false\nprovider=\n",
+                       "submit=T(submit_butt_title)\nlocale=de\nLOCALE=de\nheight=480px\nmode=test\n",
+                       "widget=http://sandbox.test/providers/payon/test/v1/\n",
+                       "callback=http://sandbox.test/callbacks/payon?paymentOptionCode=MSTRCRD&"
+                       "authorizationToken=tok-1\nbrands=MASTER\ncss=\ncardPh=\ncvvPh=\n",
+                       "iban=T(iban_country_warning)\nholder=T(invalid_card_holder)\n"
+                       "account=T(invalid_account_holder)\nstore=T(store_payment_option)\n"
+                       "unavailable=T(form_unavailable)\n"});
   // Placeholders of the other providers stay; switched-off sections go.
-  EXPECT_THAT(page.html, HasSubstr("auth={{{authorizationToken}}}\n"));
-  EXPECT_THAT(page.html, HasSubstr("cvvHint=\ndetect=\nstoreBox=\n"));
+  expectIn(page.html, {"auth={{{authorizationToken}}}\n", "cvvHint=\ndetect=\nstoreBox=\n"});
   EXPECT_EQ(page.paymentCode, "MSTRCRD");
   EXPECT_EQ(page.apiURL, "http://sandbox.test/providers/payon/test/v1/");
   EXPECT_EQ(page.url, page.apiURL);
@@ -263,12 +267,9 @@ TEST_F(QPFormRenderTest, CardGatewayWidget) {
   c.mode = 1;
   c.showStorePaymentMethod = true;
   page = render(c, {"VISA", "MSTRCRD"});
-  EXPECT_THAT(page.html, HasSubstr("mode=live\n"));
-  EXPECT_THAT(page.html, HasSubstr("submit=T(submit_pay_butt_title)\n"));
-  EXPECT_THAT(page.html, HasSubstr("storable=true\n"));
-  EXPECT_THAT(page.html, HasSubstr("brands=VISA MASTER\n"));
-  EXPECT_THAT(page.html, HasSubstr("detect=on\nstoreBox=on\n"));
-  EXPECT_THAT(page.html, HasSubstr("callback=http://sandbox.test/callbacks/payon?paymentOptionCode=&"));
+  expectIn(page.html,
+           {"mode=live\n", "submit=T(submit_pay_butt_title)\n", "storable=true\n", "brands=VISA MASTER\n",
+            "detect=on\nstoreBox=on\n", "callback=http://sandbox.test/callbacks/payon?paymentOptionCode=&"});
   EXPECT_EQ(page.paymentCode, "");
   EXPECT_EQ(page.apiURL, "http://sandbox.test/providers/payon/live/v1/");
 
@@ -298,11 +299,10 @@ TEST_F(QPFormRenderTest, FormServiceProviders) {
 
   QPFormConfiguration c = validConfiguration(QPPaymentProviderCyberSource);
   QPRenderedForm page = render(c, {"VISA", "MSTRCRD"}, style);
-  EXPECT_THAT(page.html, HasSubstr("provider=cyber\n"));
-  EXPECT_THAT(page.html, HasSubstr("auth=tok-1\nformUrl=https://forms.example/api/cybersource/paymentform\n"
-                                   "codes=\"VISA\",\"MSTRCRD\"\n"));
-  EXPECT_THAT(page.html, HasSubstr("brands=VISA MASTER\n"));
-  EXPECT_THAT(page.html, HasSubstr("cvvHint=on\ndetect=on\n"));
+  expectIn(page.html, {"provider=cyber\n",
+                       "auth=tok-1\nformUrl=https://forms.example/api/cybersource/paymentform\n"
+                       "codes=\"VISA\",\"MSTRCRD\"\n",
+                       "brands=VISA MASTER\n", "cvvHint=on\ndetect=on\n"});
   EXPECT_EQ(page.paymentCode, std::nullopt);
   EXPECT_EQ(page.url, "https://forms.example/api/");
   // The CSS goes into a script string: no line feeds, quotes escaped, brand CSS appended.
@@ -316,26 +316,22 @@ TEST_F(QPFormRenderTest, FormServiceProviders) {
 
   c.paymentProvider = QPPaymentProviderCyberSourceTokenEx;
   page = render(c, {"AMEX"});
-  EXPECT_THAT(page.html, HasSubstr("tokenex=true\n"));
-  EXPECT_THAT(page.html, HasSubstr("codes=\"AMEX\"\n"));
+  expectIn(page.html, {"tokenex=true\n", "codes=\"AMEX\"\n"});
   EXPECT_EQ(page.paymentCode, "AMEX");
 
   c.paymentProvider = QPPaymentProviderVesta;
   page = render(c, {"VISA", "MSTRO"});
-  EXPECT_THAT(page.html, HasSubstr("provider=vesta\n"));
-  EXPECT_THAT(page.html, HasSubstr("formUrl=https://forms.example/api/\ncodes=\"VISA\",\"MSTRO\"\n"));
-  EXPECT_THAT(page.html, HasSubstr("tokenex=false\n"));
+  expectIn(page.html, {"provider=vesta\n", "formUrl=https://forms.example/api/\ncodes=\"VISA\",\"MSTRO\"\n",
+                       "tokenex=false\n"});
 
   c.paymentProvider = QPPaymentProviderSepa;
   page = render(c, {"BNKACCT", "BNKACCT"});
-  EXPECT_THAT(page.html, HasSubstr("provider=sepa\n"));
-  EXPECT_THAT(page.html, HasSubstr("codes=\"BNKACCT\"\n"));  // never joined
+  expectIn(page.html, {"provider=sepa\n", "codes=\"BNKACCT\"\n"});  // never joined
   EXPECT_EQ(page.paymentCode, "BNKACCT");
 
   c.paymentProvider = QPPaymentProviderPayonPci;
   page = render(c, {"VISA"});
-  EXPECT_THAT(page.html, HasSubstr("provider=payonpci\n"));
-  EXPECT_THAT(page.html, HasSubstr("cybersource_form\n"));
+  expectIn(page.html, {"provider=payonpci\n", "cybersource_form\n"});
 }
 
 TEST_F(QPFormRenderTest, CssEscapingOfQuotesAndLineFeeds) {
@@ -353,11 +349,10 @@ TEST_F(QPFormRenderTest, CssEscapingOfQuotesAndLineFeeds) {
 TEST_F(QPFormRenderTest, PayPal) {
   QPFormConfiguration c = validConfiguration(QPPaymentProviderPayPal);
   QPRenderedForm page = render(c, {"PAYPAL"});
-  EXPECT_THAT(page.html, HasSubstr("paypal_form\n"));
-  EXPECT_THAT(page.html, HasSubstr("locale=de_AT\nLOCALE=de_AT\n"));
-  EXPECT_THAT(page.html, HasSubstr("success=http://sandbox.test/callbacks/paypal/success/\n"
-                                   "cancel=http://sandbox.test/callbacks/paypal/cancel/\n"));
-  EXPECT_THAT(page.html, HasSubstr("pp=small|gold|rect|paypal|false\n"));
+  expectIn(page.html, {"paypal_form\n", "locale=de_AT\nLOCALE=de_AT\n",
+                       "success=http://sandbox.test/callbacks/paypal/success/\n"
+                       "cancel=http://sandbox.test/callbacks/paypal/cancel/\n",
+                       "pp=small|gold|rect|paypal|false\n"});
   EXPECT_EQ(page.url, "https://forms.example/api/");
 
   auto style = std::make_shared<QPFormStyle>();

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <mutex>
+#include <tuple>
 
 #include <glib.h>
 #include <gtkmm/button.h>
@@ -32,7 +33,6 @@ namespace brivane {
 namespace {
 
 using formtest::closedPort;
-using formtest::ProviderServer;
 using formtest::pumpFor;
 using formtest::pumpUntil;
 using sandbox::ShopperMode;
@@ -50,110 +50,55 @@ std::string escaped(const std::string& value) {
   return result;
 }
 
-class QPPaymentFormFlowTest : public ::testing::Test {
+class QPPaymentFormFlowTest : public formtest::FormTest {
  protected:
-  struct Success {
-    std::optional<std::string> code;
-    std::string token;
-    std::optional<std::string> payload;
-  };
-
-  static void SetUpTestSuite() {
-    state_ = new sandbox::Sandbox::State();
-    server_ = new ProviderServer(std::make_unique<httplib::Server>(), state_);
-  }
-  static void TearDownTestSuite() {
-    delete server_;
-    delete state_;
-    server_ = nullptr;
-    state_ = nullptr;
+  void restart() {
+    FormTest::restart();
+    shopped_ = Shopped();
   }
 
-  void SetUp() override {
-    window_ = std::make_unique<Gtk::Window>();
-    window_->set_default_size(400, 640);
-    form_ = formtest::formForStandIns(base());
-    form_->setOnFormLoaded([this] { ++loaded_; });
-    form_->setOnSuccessCallback([this](const std::optional<std::string>& code, const std::string& token,
-                                       const std::optional<std::string>& payload) {
-      successes_.push_back({code, token, payload});
-    });
-    form_->setOnError([this](const boost::json::value& error) { errors_.push_back(error); });
-    form_->setOnCancel([this](const std::optional<std::string>& message) { cancels_.push_back(message); });
-    form_->setURLOpener([this](const std::string& url) { opened_.push_back(url); });
-    window_->set_child(*form_);
-    window_->present();
-  }
-
-  void TearDown() override {
-    destroyForm();
-    window_.reset();
-    pumpFor(0.05);
-  }
-
-  void destroyForm() {
-    if (!form_) return;
-    window_->unset_child();
-    form_.reset();
-  }
-
-  static std::string base() { return server_->baseUrl(); }
-  static std::string redirect() { return base() + "/providers/return"; }
-
-  std::size_t outcomes() const { return successes_.size() + errors_.size() + cancels_.size(); }
-
-  static void seedAuthorization(const std::string& token) {
-    std::lock_guard<std::mutex> lock(state_->mutex);
-    sandbox::Authorization authorization;
+  static void seedAuthorization(const std::string& token, const std::string& redirectURL = "") {
+    std::lock_guard<std::mutex> lock(formtest::providerState().mutex);
+    sandbox::Authorization& authorization = formtest::providerState().store.authorizations[token];
+    authorization = sandbox::Authorization();
     authorization.token = token;
     authorization.reference = "ref-" + token;
-    state_->store.authorizations[token] = authorization;
+    authorization.redirectURL = redirectURL;
   }
   static sandbox::Authorization authorization(const std::string& token) {
-    std::lock_guard<std::mutex> lock(state_->mutex);
-    return state_->store.authorizations.at(token);
-  }
-
-  void render(std::uint64_t provider, const std::vector<std::string>& options, const std::string& token) {
-    form_->setPaymentProvider(provider);
-    form_->renderWithPaymentOptions(options, token, nullptr);
+    std::lock_guard<std::mutex> lock(formtest::providerState().mutex);
+    return formtest::providerState().store.authorizations.at(token);
   }
 
   // The scripted shopper takes steps until an outcome arrives; while it waits, the overlay
   // and the time of the first step are noted.
-  bool shop(ShopperMode mode, double seconds = 25) {
-    if (!pumpUntil([this] { return form_->isWebViewLoaded(); }, 15)) return false;
-    return formtest::shopUntil(
-        *form_, mode,
-        [this] {
-          if (form_->isOverlayShown()) sawOverlay_ = true;
-          return outcomes() > 0;
+  struct Shopped {
+    bool sawOverlay = false;
+    std::optional<Clock::time_point> submittedAt, endedAt;
+  };
+  static bool shopIn(QPPaymentForm& form, const formtest::Record& record, ShopperMode mode, Shopped& seen) {
+    if (!pumpUntil([&form] { return form.isWebViewLoaded(); }, 15)) return false;
+    auto submittedAt = std::make_shared<std::optional<Clock::time_point>>();  // a late answer may come
+    const bool ended = formtest::shopUntil(
+        form, mode,
+        [&] {
+          if (form.isOverlayShown()) seen.sawOverlay = true;
+          return record.outcomes() > 0;
         },
-        seconds,
-        [this](const std::optional<boost::json::value>& done, const std::optional<std::string>&) {
-          if (done && done->is_string() && done->get_string().starts_with("submitted") && !submittedAt_) {
-            submittedAt_ = Clock::now();
+        25,
+        [submittedAt](const std::optional<boost::json::value>& done, const std::optional<std::string>&) {
+          if (done && done->is_string() && done->get_string().starts_with("submitted") && !*submittedAt) {
+            *submittedAt = Clock::now();
           }
         });
+    seen.submittedAt = *submittedAt;
+    seen.endedAt = Clock::now();
+    return ended;
   }
+  bool shop(ShopperMode mode) { return shopIn(*form_, record_, mode, shopped_); }
 
-  boost::json::value evaluate(const std::string& script) { return formtest::evaluateIn(*form_, script); }
-
-  static sandbox::Sandbox::State* state_;
-  static ProviderServer* server_;
-  std::unique_ptr<Gtk::Window> window_;
-  std::unique_ptr<QPPaymentForm> form_;
-  int loaded_ = 0;
-  std::vector<Success> successes_;
-  std::vector<boost::json::value> errors_;
-  std::vector<std::optional<std::string>> cancels_;
-  std::vector<std::string> opened_;
-  bool sawOverlay_ = false;
-  std::optional<Clock::time_point> submittedAt_;
+  Shopped shopped_;
 };
-
-sandbox::Sandbox::State* QPPaymentFormFlowTest::state_ = nullptr;
-ProviderServer* QPPaymentFormFlowTest::server_ = nullptr;
 
 enum class Outcome { Success, Error, Cancel };
 enum class Payload { Nil, PayerID, PostedInputs };
@@ -180,76 +125,71 @@ TEST_F(QPPaymentFormFlowTest, EveryProviderReachesExactlyOneOutcome) {
       {"PayPal cancelled", 2, {"PAYPAL"}, ShopperMode::Cancel, Outcome::Cancel},
       {"PayPal declined", 2, {"PAYPAL"}, ShopperMode::Decline, Outcome::Error},
       {"CyberSource", 3, {"VISA", "MSTRCRD"}, ShopperMode::Approve, Outcome::Success, Payload::PostedInputs},
-      {"CyberSource TokenEx 3-D Secure",
-       4,
-       {"AMEX"},
-       ShopperMode::Challenge,
-       Outcome::Success,
-       Payload::PostedInputs},
+      {"TokenEx 3-D Secure", 4, {"AMEX"}, ShopperMode::Challenge, Outcome::Success, Payload::PostedInputs},
       {"Vesta declined", 5, {"VISA", "MSTRO"}, ShopperMode::Decline, Outcome::Error},
       {"SEPA", 6, {"BNKACCT"}, ShopperMode::Approve, Outcome::Success, Payload::PostedInputs},
       {"SEPA declined", 6, {"BNKACCT"}, ShopperMode::Decline, Outcome::Error},
       {"gateway PCI", 7, {"VISA"}, ShopperMode::Approve, Outcome::Success, Payload::PostedInputs},
   };
-  int n = 0;
-  for (const FlowCase& c : cases) {
+  // Each form stays open while the next one runs, so that a second outcome would reach it; it is
+  // checked once that run is over and at least 0.6 s have passed since its outcome.
+  struct Run {
+    const FlowCase* c = nullptr;
+    std::string token, formToken;
+    std::unique_ptr<formtest::Record> record = std::make_unique<formtest::Record>();
+    std::unique_ptr<Gtk::Window> window = std::make_unique<Gtk::Window>();
+    std::unique_ptr<QPPaymentForm> form;
+    Shopped seen;
+    ~Run() { window->unset_child(); }
+  };
+  const auto check = [](Run& run) {
+    const FlowCase& c = *run.c;
     SCOPED_TRACE(c.name);
-    TearDown();
-    successes_.clear();
-    errors_.clear();
-    cancels_.clear();
-    sawOverlay_ = false;
-    submittedAt_.reset();
-    SetUp();
-    const std::string token = "flow-" + std::to_string(++n);
-    seedAuthorization(token);
-    const std::string formToken = c.provider == QPPaymentProviderPayU
-                                      ? base() + "/providers/payu/pay?orderId=o" + std::to_string(n) +
-                                            "&token=" + token + "&continueUrl=" + escaped(redirect())
-                                      : token;
-    render(c.provider, c.options, formToken);
-    ASSERT_TRUE(shop(c.mode)) << "no outcome";
-    pumpFor(0.6);  // a second outcome would arrive here
-    ASSERT_EQ(outcomes(), 1u);
-    EXPECT_FALSE(form_->isActivityIndicatorShown());
-    EXPECT_FALSE(form_->isOverlayShown());
-    const sandbox::Authorization ledger = authorization(token);
+    pumpUntil([&run] { return Clock::now() > *run.seen.endedAt + std::chrono::milliseconds(600); }, 1);
+    QPPaymentForm& form = *run.form;
+    const formtest::Record& record = *run.record;
+    ASSERT_EQ(record.outcomes(), 1u);
+    if (c.mode != ShopperMode::Challenge) {
+      EXPECT_EQ(record.loaded, 1);
+    }
+    EXPECT_FALSE(form.isActivityIndicatorShown());
+    EXPECT_FALSE(form.isOverlayShown());
+    const sandbox::Authorization ledger = authorization(run.token);
     switch (c.outcome) {
       case Outcome::Success: {
-        ASSERT_EQ(successes_.size(), 1u);
-        EXPECT_TRUE(form_->isFormFinished());
+        ASSERT_EQ(record.successes.size(), 1u);
+        EXPECT_TRUE(form.isFormFinished());
         EXPECT_TRUE(ledger.completedByShopper);
         EXPECT_FALSE(ledger.declined);
-        EXPECT_EQ(successes_[0].token, formToken);
-        const std::optional<std::string>& payload = successes_[0].payload;
-        if (c.payload == Payload::Nil) {
-          EXPECT_EQ(payload, std::nullopt);
-        }
-        if (c.payload == Payload::PayerID) {
-          EXPECT_EQ(payload, "SANDBOXPAYER1");
+        EXPECT_EQ(record.successes[0].token, run.formToken);
+        const std::optional<std::string>& payload = record.successes[0].payload;
+        if (c.payload != Payload::PostedInputs) {
+          EXPECT_EQ(payload, c.payload == Payload::PayerID ? std::optional<std::string>("SANDBOXPAYER1")
+                                                           : std::nullopt);
         }
         if (c.payload == Payload::PostedInputs) {
           ASSERT_TRUE(payload.has_value());
           EXPECT_TRUE(payload->starts_with("data=")) << *payload;
           EXPECT_EQ(payload->find('&'), std::string::npos) << "only the data input: " << *payload;
         }
-        if (c.provider == QPPaymentProviderPayU) {
-          EXPECT_TRUE(sawOverlay_);
-          ASSERT_TRUE(submittedAt_.has_value());
-          EXPECT_GE(secondsSince(*submittedAt_), 2.9);
+        if (c.provider == QPPaymentProviderPayU) {  // PayU's page answers three seconds after the submit
+          EXPECT_TRUE(run.seen.sawOverlay);
+          ASSERT_TRUE(run.seen.submittedAt.has_value());
+          EXPECT_GE(std::chrono::duration<double>(*run.seen.endedAt - *run.seen.submittedAt).count(), 2.5);
         }
         break;
       }
       case Outcome::Error:
-        ASSERT_EQ(errors_.size(), 1u);
-        EXPECT_THAT(boost::json::serialize(errors_[0]), HasSubstr("declined"));
+        ASSERT_EQ(record.errors.size(), 1u);
+        EXPECT_FALSE(form.isFormFinished());
+        EXPECT_THAT(boost::json::serialize(record.errors[0]), HasSubstr("declined"));
         EXPECT_TRUE(ledger.declined);
         EXPECT_FALSE(ledger.completedByShopper);
         break;
       case Outcome::Cancel:
-        ASSERT_EQ(cancels_.size(), 1u);
-        EXPECT_EQ(cancels_[0], std::nullopt);
-        EXPECT_TRUE(form_->isFormFinished());
+        ASSERT_EQ(record.cancels.size(), 1u);
+        EXPECT_EQ(record.cancels[0], std::nullopt);
+        EXPECT_TRUE(form.isFormFinished());
         EXPECT_FALSE(ledger.completedByShopper);
         break;
     }
@@ -259,28 +199,45 @@ TEST_F(QPPaymentFormFlowTest, EveryProviderReachesExactlyOneOutcome) {
       EXPECT_THAT(data, ::testing::Not(HasSubstr("4200000000000000")));
       EXPECT_THAT(data, HasSubstr("*"));
     }
+  };
+  std::unique_ptr<Run> previous;
+  int n = 0;
+  for (const FlowCase& c : cases) {
+    auto run = std::make_unique<Run>();
+    run->c = &c;
+    run->token = "flow-" + std::to_string(++n);
+    seedAuthorization(run->token);
+    run->formToken = c.provider == QPPaymentProviderPayU
+                         ? payU("orderId=o" + std::to_string(n) + "&token=" + run->token +
+                                "&continueUrl=" + escaped(redirect()))
+                         : run->token;
+    run->form = formtest::formForStandIns(base(), run->record.get());
+    run->window->set_default_size(420, 680);
+    run->window->set_child(*run->form);
+    run->window->present();
+    run->form->setPaymentProvider(c.provider);
+    run->form->renderWithPaymentOptions(c.options, run->formToken, nullptr);
+    const bool ended = shopIn(*run->form, *run->record, c.mode, run->seen);
+    if (previous) check(*previous);
+    previous = std::move(run);
+    ASSERT_TRUE(ended) << c.name << ": no outcome";
   }
+  check(*previous);
 }
 
 TEST_F(QPPaymentFormFlowTest, TheFormServiceReturnsToTheHostsURLOfTheAuthorization) {
   const std::string hostReturn = base() + "/shop/checkout/done";
   for (ShopperMode mode : {ShopperMode::Approve, ShopperMode::Challenge}) {
-    TearDown();
-    successes_.clear();
-    SetUp();
+    restart();
     const std::string token = mode == ShopperMode::Approve ? "host-return-1" : "host-return-2";
-    seedAuthorization(token);
-    {
-      std::lock_guard<std::mutex> lock(state_->mutex);
-      state_->store.authorizations[token].redirectURL = hostReturn;
-    }
+    seedAuthorization(token, hostReturn);
     form_->setRedirectURL(hostReturn);
     render(QPPaymentProviderCyberSource, {"VISA"}, token);
     ASSERT_TRUE(shop(mode));
     pumpFor(0.5);
-    ASSERT_EQ(successes_.size(), 1u);
-    ASSERT_TRUE(successes_[0].payload.has_value());
-    EXPECT_TRUE(successes_[0].payload->starts_with("data="));
+    ASSERT_EQ(record_.successes.size(), 1u);
+    ASSERT_TRUE(record_.successes[0].payload.has_value());
+    EXPECT_TRUE(record_.successes[0].payload->starts_with("data="));
   }
 }
 
@@ -300,41 +257,33 @@ TEST_F(QPPaymentFormFlowTest, AFinishedFormEndsNoMoreAndDropsLaterErrors) {
   };
   for (const EndingCase& c : cases) {
     SCOPED_TRACE(c.name);
-    TearDown();
-    successes_.clear();
-    errors_.clear();
-    SetUp();
+    restart();
     render(c.provider, {c.option}, "end-" + c.name.substr(0, 3));
     ASSERT_TRUE(shop(ShopperMode::Approve));
-    ASSERT_EQ(successes_.size(), 1u);
+    ASSERT_EQ(record_.successes.size(), 1u);
     EXPECT_FALSE(form_->onError());  // cleared by the success
     pumpFor(1.0);                    // PayPal's success page loads
     const boost::json::value before = evaluate("location.href");
     evaluate(c.again + "; true");
     evaluate("window.webkit.messageHandlers.ObjC_onError.postMessage({name: 'Late'}); true");
     pumpFor(1.0);
-    EXPECT_EQ(successes_.size(), 1u);
-    EXPECT_TRUE(errors_.empty());
+    EXPECT_EQ(record_.successes.size(), 1u);
+    EXPECT_TRUE(record_.errors.empty());
     EXPECT_EQ(evaluate("location.href"), before) << "the late navigation was not ignored";
     EXPECT_FALSE(form_->isActivityIndicatorShown());
   }
 }
 
 TEST_F(QPPaymentFormFlowTest, LinksLoadInTheViewOrOpenOutside) {
-  render(QPPaymentProviderPayon, {"VISA"}, "links");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayon, {"VISA"}, "links"));
   const std::string outside = base() + "/providers/return?outside=1";
-  struct Case {
-    std::string target;
-    bool opensOutside;
-  };
-  for (const Case& c : {Case{"_blank", true}, Case{"elsewhere", true}}) {
-    SCOPED_TRACE(c.target);
-    opened_.clear();
-    evaluate("var a = document.createElement('a'); a.href = '" + outside + "'; a.target = '" + c.target +
+  for (const std::string target : {"_blank", "elsewhere"}) {
+    SCOPED_TRACE(target);
+    record_.opened.clear();
+    evaluate("var a = document.createElement('a'); a.href = '" + outside + "'; a.target = '" + target +
              "'; document.body.appendChild(a); a.click(); true");
-    ASSERT_TRUE(pumpUntil([this] { return !opened_.empty(); }, 5));
-    EXPECT_EQ(opened_, std::vector<std::string>{outside});
+    ASSERT_TRUE(pumpUntil([this] { return !record_.opened.empty(); }, 5));
+    EXPECT_EQ(record_.opened, std::vector<std::string>{outside});
     EXPECT_THAT(std::string(evaluate("location.href").as_string()), HasSubstr("/providers/payon/"));
   }
   // A link within the page's own frame loads in the form.
@@ -344,26 +293,23 @@ TEST_F(QPPaymentFormFlowTest, LinksLoadInTheViewOrOpenOutside) {
       pumpUntil([this] { return evaluate("location.search") == boost::json::value("?inside=1"); }, 10));
   pumpFor(0.3);
   EXPECT_FALSE(form_->isActivityIndicatorShown());
-  EXPECT_EQ(opened_.size(), 1u);
-  EXPECT_EQ(outcomes(), 0u);
+  EXPECT_EQ(record_.opened.size(), 1u);
+  EXPECT_EQ(record_.outcomes(), 0u);
 }
 
 TEST_F(QPPaymentFormFlowTest, AFailedLoadReportsItsTextAndNeverLoads) {
   // A closed port, and ports the engine refuses to load from.
   for (int port : {closedPort(), 1, 25}) {
     SCOPED_TRACE(port);
-    TearDown();
-    errors_.clear();
-    loaded_ = 0;
-    SetUp();
+    restart();
     render(QPPaymentProviderPayU, {"PAYU"},
            "http://127.0.0.1:" + std::to_string(port) + "/providers/payu/pay?orderId=1");
-    ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 15));
+    ASSERT_TRUE(pumpUntil([this] { return !record_.errors.empty(); }, 15));
     pumpFor(0.5);
-    EXPECT_EQ(loaded_, 0);
+    EXPECT_EQ(record_.loaded, 0);
     EXPECT_FALSE(form_->isWebViewLoaded());
-    EXPECT_EQ(errors_.size(), 1u);
-    EXPECT_TRUE(errors_[0].is_string() && !errors_[0].get_string().empty());
+    EXPECT_EQ(record_.errors.size(), 1u);
+    EXPECT_TRUE(record_.errors[0].is_string() && !record_.errors[0].get_string().empty());
     EXPECT_FALSE(form_->isActivityIndicatorShown());
   }
 }
@@ -381,8 +327,8 @@ TEST_F(QPPaymentFormFlowTest, AFormServiceThatNeverAnswersShowsANotice) {
   getsockname(silent, reinterpret_cast<sockaddr*>(&address), &size);
   form_->setApiURL("http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/");
   render(QPPaymentProviderVesta, {"VISA"}, "silent");
-  ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 7));
-  EXPECT_THAT(boost::json::serialize(errors_[0]), HasSubstr("FormServiceUnavailable"));
+  ASSERT_TRUE(pumpUntil([this] { return !record_.errors.empty(); }, 7));
+  EXPECT_THAT(boost::json::serialize(record_.errors[0]), HasSubstr("FormServiceUnavailable"));
   Gtk::Widget* notice = QPPaymentFormInternals::serviceNotice(*form_);
   ASSERT_NE(notice, nullptr);
   EXPECT_FALSE(form_->isActivityIndicatorShown());
@@ -392,14 +338,14 @@ TEST_F(QPPaymentFormFlowTest, AFormServiceThatNeverAnswersShowsANotice) {
                      "function (n) { return n.offsetParent !== null; }).length"),
             boost::json::value(0));
   pumpFor(1.0);
-  EXPECT_EQ(errors_.size(), 1u);
+  EXPECT_EQ(record_.errors.size(), 1u);
   // Trying again renders anew: the notice goes until the next wait has passed.
   auto* retry = dynamic_cast<Gtk::Button*>(notice->get_last_child());
   ASSERT_NE(retry, nullptr);
   EXPECT_EQ(std::string(retry->get_label()), QPUtils::LStr("try_again"));
   retry->activate();
   ASSERT_TRUE(pumpUntil([this] { return QPPaymentFormInternals::serviceNotice(*form_) == nullptr; }, 2));
-  ASSERT_TRUE(pumpUntil([this] { return errors_.size() == 2; }, 7));
+  ASSERT_TRUE(pumpUntil([this] { return record_.errors.size() == 2; }, 7));
   // The shopper who tried again finds the keyboard on the next notice's button.
   notice = QPPaymentFormInternals::serviceNotice(*form_);
   ASSERT_NE(notice, nullptr);
@@ -408,15 +354,15 @@ TEST_F(QPPaymentFormFlowTest, AFormServiceThatNeverAnswersShowsANotice) {
 }
 
 TEST_F(QPPaymentFormFlowTest, PayUSuccessNeverComesAfterTheFormIsGone) {
-  render(QPPaymentProviderPayU, {"PAYU"},
-         base() + "/providers/payu/pay?orderId=9&token=gone&continueUrl=" + escaped(redirect()));
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  ASSERT_TRUE(
+      renderAndLoad(QPPaymentProviderPayU, {"PAYU"},
+                    base() + "/providers/payu/pay?orderId=9&token=gone&continueUrl=" + escaped(redirect())));
   const std::string step = sandbox::shopperStepScript(ShopperMode::Approve);
   evaluate(step);
   ASSERT_TRUE(pumpUntil([this] { return form_->isOverlayShown(); }, 10));
   destroyForm();
   pumpFor(3.5);
-  EXPECT_TRUE(successes_.empty());
+  EXPECT_TRUE(record_.successes.empty());
 }
 
 struct ValidationCase {
@@ -428,8 +374,7 @@ struct ValidationCase {
 };
 
 TEST_F(QPPaymentFormFlowTest, ValidationWaitsOnceOrTwiceAndAnswersOnce) {
-  render(QPPaymentProviderPayon, {"VISA"}, "validation");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayon, {"VISA"}, "validation"));
   pumpFor(0.4);
   const ValidationCase cases[] = {
       {"all filled", "", QPFormElementAll, true, 0.25},
@@ -474,8 +419,7 @@ TEST_F(QPPaymentFormFlowTest, ValidationWaitsOnceOrTwiceAndAnswersOnce) {
 
 TEST_F(QPPaymentFormFlowTest, ScriptErrorsMakeValidationFail) {
   // PayU's page defines none of the form's page functions: every query is a script error.
-  render(QPPaymentProviderPayU, {"PAYU"}, base() + "/providers/payu/pay?orderId=1");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayU, {"PAYU"}, base() + "/providers/payu/pay?orderId=1"));
   std::vector<bool> answers;
   const auto start = Clock::now();
   form_->validateElement(QPFormElementAll,
@@ -487,22 +431,35 @@ TEST_F(QPPaymentFormFlowTest, ScriptErrorsMakeValidationFail) {
   EXPECT_GE(elapsed, 0.25);  // how many waits: FieldValidationTest
 }
 
+// The page's before-submit request (its Enter or the decline) with a callback without arguments:
+// the 3-D Secure bar replaces the standard one at once, whose previous and next buttons are gone,
+// and stays after the keyboard has gone.
 TEST_F(QPPaymentFormFlowTest, ABeforeSubmitWithoutArgumentsLeadsTo3dSecureToolbar) {
   setenv("LANGUAGE", "en", 1);
   int calls = 0;
   form_->setOnBeforeSubmitCallback([&calls] { ++calls; });
-  render(QPPaymentProviderPayon, {"VISA"}, "3ds-toolbar");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayon, {"VISA"}, "3ds-toolbar"));
+  const std::string focus = "document.querySelector(\"input[name='card.number']\").focus(); true";
+  evaluate(focus);
+  ASSERT_TRUE(pumpUntil([this] { return form_->isNextButtonEnabled(); }, 10));
   EXPECT_EQ(evaluate("window.prompt('jsFunction: ObjC_onBeforeSubmit', '{\"paymentBrand\": \"VISA\"}')"),
             boost::json::value("true"));
   EXPECT_EQ(calls, 1);
   ASSERT_TRUE(pumpUntil([this] { return form_->toolbarType() == QPToolbarType3dSecure; }, 5));
-  evaluate("document.querySelector(\"input[name='card.number']\").focus(); true");
-  ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
   EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", "Done"}));
+  // The page goes on reporting its previous / next states (Shift+Tab in the page).
+  evaluate(
+      "window.webkit.messageHandlers.ObjC_PrevButtEnabled.postMessage(true);"
+      "window.webkit.messageHandlers.ObjC_NextButtEnabled.postMessage(true); true");
+  pumpFor(0.3);
+  EXPECT_FALSE(form_->isPrevButtonEnabled());
+  EXPECT_FALSE(form_->isNextButtonEnabled());
   form_->doneWebViewInpit();
   ASSERT_TRUE(pumpUntil([this] { return form_->shownToolbarItems().empty(); }, 5));
   EXPECT_EQ(form_->toolbarType(), QPToolbarType3dSecure);  // survives the keyboard hiding
+  evaluate(focus);
+  ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
+  EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", "Done"}));
   unsetenv("LANGUAGE");
 }
 
@@ -525,49 +482,26 @@ TEST_F(QPPaymentFormFlowTest, TheToolbarFollowsTheFocusByProvider) {
       "true";
   const std::vector<std::string> standard = {" < ", " > ", "", "Done"};
   const std::vector<std::string> doneOnly = {"", "Done"};
+  const std::string sepaInput =
+      "document.getElementById('qp-frame').contentDocument.querySelector('input[name=iban]').focus(); true";
+  const std::string newInput = "document.body.appendChild(document.createElement('input')).focus(); true";
+  const auto [T0, TS, TW, T3] =
+      std::tuple{QPToolbarTypeNone, QPToolbarTypeStandard, QPToolbarTypeWizard, QPToolbarType3dSecure};
   const ToolbarCase cases[] = {
-      {"gateway card", 0, {"VISA"}, false, cardInput, standard, QPToolbarTypeStandard, QPToolbarTypeNone},
-      {"gateway wizard", 0, {"VISA"}, true, cardInput, doneOnly, QPToolbarTypeWizard, QPToolbarTypeWizard},
-      {"form service",
-       3,
-       {"VISA"},
-       false,
-       frameInput,
-       doneOnly,
-       QPToolbarType3dSecure,
-       QPToolbarType3dSecure},
-      {"SEPA form service",
-       6,
-       {"BNKACCT"},
-       false,
-       "document.getElementById('qp-frame').contentDocument.querySelector('input[name=iban]').focus(); true",
-       doneOnly,
-       QPToolbarType3dSecure,
-       QPToolbarType3dSecure},
-      {"gateway through the form service",
-       7,
-       {"VISA"},
-       false,
-       frameInput,
-       {},
-       QPToolbarTypeNone,
-       QPToolbarTypeNone},
-      {"gateway PayPal",
-       0,
-       {"PAYPAL"},
-       false,
-       "document.body.appendChild(document.createElement('input')).focus(); true",
-       {},
-       QPToolbarTypeNone,
-       QPToolbarTypeNone},
+      // clang-format off
+      {"gateway card", 0, {"VISA"}, false, cardInput, standard, TS, T0},
+      {"gateway wizard", 0, {"VISA"}, true, cardInput, doneOnly, TW, TW},
+      {"form service", 3, {"VISA"}, false, frameInput, doneOnly, T3, T3},
+      {"SEPA form service", 6, {"BNKACCT"}, false, sepaInput, doneOnly, T3, T3},
+      {"gateway through the form service", 7, {"VISA"}, false, frameInput, {}, T0, T0},
+      {"gateway PayPal", 0, {"PAYPAL"}, false, newInput, {}, T0, T0},
+      // clang-format on
   };
   for (const ToolbarCase& c : cases) {
     SCOPED_TRACE(c.name);
-    TearDown();
-    SetUp();
+    restart();
     if (c.wizard) form_->setElement(QPFormElementCardHolder, true);
-    render(c.provider, c.options, "toolbar");
-    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    ASSERT_TRUE(renderAndLoad(c.provider, c.options, "toolbar"));
     ASSERT_TRUE(pumpUntil([&] { return evaluate(c.focus) == boost::json::value(true); }, 10));
     pumpFor(0.5);
     EXPECT_EQ(form_->shownToolbarItems(), c.items);
@@ -584,8 +518,7 @@ TEST_F(QPPaymentFormFlowTest, TheToolbarFollowsTheFocusByProvider) {
     EXPECT_EQ(form_->toolbarType(), c.typeAfter);
   }
   // German first: "Fertig"; English as spoken in Germany: "Done".
-  TearDown();
-  SetUp();
+  restart();
   for (const auto& [languages, title] : {std::pair{"de_CH:en", "Fertig"}, std::pair{"en_DE:de", "Done"}}) {
     setenv("LANGUAGE", languages, 1);
     form_->setElement(QPFormElementAll, true);
@@ -603,8 +536,7 @@ TEST_F(QPPaymentFormFlowTest, MalformedPageInputChangesNothing) {
     EXPECT_FALSE(arguments->originArgs().has_value());
     EXPECT_FALSE(arguments->iban().has_value());
   });
-  render(QPPaymentProviderPayon, {"VISA"}, "bad-input");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayon, {"VISA"}, "bad-input"));
   const boost::json::value answer = evaluate(
       "var h = window.webkit.messageHandlers;"
       "h.ObjC_PrevButtEnabled.postMessage('yes'); h.ObjC_NextButtEnabled.postMessage({});"
@@ -620,7 +552,7 @@ TEST_F(QPPaymentFormFlowTest, MalformedPageInputChangesNothing) {
     evaluate(std::string("try { location.href = '") + url + "'; } catch (e) {} true");
   }
   pumpFor(1.0);
-  EXPECT_EQ(outcomes() - errors_.size(), 0u);  // failed loads may report errors; nothing ends
+  EXPECT_EQ(record_.outcomes() - record_.errors.size(), 0u);  // failed loads may report errors; nothing ends
   EXPECT_FALSE(form_->isFormFinished());
   EXPECT_TRUE(form_->shownToolbarItems().empty());
 }
@@ -644,12 +576,11 @@ TEST_F(QPPaymentFormFlowTest, StandInsSpeakTheLanguageTheFormPasses) {
   };
   for (const LanguageCase& c : cases) {
     SCOPED_TRACE(c.language);
-    TearDown();
     setenv("LANGUAGE", c.language.c_str(), 1);
-    SetUp();
-    render(c.provider, {c.option},
-           c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=1&lang=en" : "words");
-    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    restart();
+    ASSERT_TRUE(renderAndLoad(
+        c.provider, {c.option},
+        c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=1&lang=en" : "words"));
     EXPECT_TRUE(pumpUntil([&] { return evaluate(c.label) == boost::json::value(c.text.c_str()); }, 10))
         << boost::json::serialize(evaluate(c.label));
   }
@@ -660,7 +591,7 @@ TEST_F(QPPaymentFormFlowTest, StandInsSpeakTheLanguageTheFormPasses) {
 // does every key (an Enter cannot submit twice); the page has the keyboard back afterwards.
 TEST_F(QPPaymentFormFlowTest, TheBusyOverlayTakesEveryClickAndKey) {
   render(QPPaymentProviderPayon, {"VISA"}, "busy");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0 && !form_->isActivityIndicatorShown(); }, 15));
+  ASSERT_TRUE(pumpUntil([this] { return record_.loaded > 0 && !form_->isActivityIndicatorShown(); }, 15));
   Gtk::Widget& page = QPPaymentFormInternals::webView(*form_).widget();
   const auto pageHasKeyboard = [&] {
     Gtk::Widget* focus = window_->get_focus();
@@ -727,11 +658,8 @@ TEST_F(QPPaymentFormFlowTest, TheToolbarGoesWhenTheFramesPageIsReplaced) {
   for (const Case& c : {Case{QPPaymentProviderCyberSource, frame, "cardNumber"},
                         Case{QPPaymentProviderPayon, "document", "card.number"}}) {
     SCOPED_TRACE(c.provider);
-    TearDown();
-    loaded_ = 0;
-    SetUp();
-    render(c.provider, {"VISA"}, "frame-replaced");
-    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    restart();
+    ASSERT_TRUE(renderAndLoad(c.provider, {"VISA"}, "frame-replaced"));
     const std::string focus = c.document + ".querySelector(\"input[name='" + c.input + "']\").focus(); true";
     ASSERT_TRUE(pumpUntil([&] { return evaluate(focus) == boost::json::value(true); }, 10));
     ASSERT_TRUE(pumpUntil([this] { return !form_->shownToolbarItems().empty(); }, 5));
@@ -751,11 +679,9 @@ TEST_F(QPPaymentFormFlowTest, TheFirstTabLandsOnTheFirstField) {
   for (const auto& [provider, field] : {std::pair{QPPaymentProviderPayon, "card.number"},
                                         std::pair{QPPaymentProviderCyberSource, "frame cardNumber"}}) {
     SCOPED_TRACE(provider);
-    TearDown();
-    loaded_ = 0;
-    SetUp();
+    restart();
     render(provider, {"VISA"}, "first-tab");
-    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0 && !form_->isActivityIndicatorShown(); }, 15));
+    ASSERT_TRUE(pumpUntil([this] { return record_.loaded > 0 && !form_->isActivityIndicatorShown(); }, 15));
     ASSERT_TRUE(pumpUntil([&] { return evaluate(focused) == boost::json::value("BODY"); }, 10));
     ASSERT_TRUE(formtest::focusWindow(*window_));
     ASSERT_EQ(window_->get_focus(), nullptr);
@@ -767,8 +693,7 @@ TEST_F(QPPaymentFormFlowTest, TheFirstTabLandsOnTheFirstField) {
 
 // Tab past the last control returns to the first field, Shift+Tab before the first to the last.
 TEST_F(QPPaymentFormFlowTest, TabOrderWrapsAroundThePage) {
-  render(QPPaymentProviderPayon, {"VISA"}, "tabs");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayon, {"VISA"}, "tabs"));
   const std::string tab =
       "function qpTab(shift) { document.activeElement.dispatchEvent(new KeyboardEvent('keydown', "
       "{key: 'Tab', shiftKey: shift, bubbles: true, cancelable: true})); }";
@@ -817,40 +742,28 @@ TEST_F(QPPaymentFormFlowTest, EnterInAFieldSubmitsEveryProvidersPage) {
                        {"cvv", "1234"},
                        {"cardHolder", "Erika Mustermann"}};
   const std::string iban = "DE89 3704 0044 0532 0130 00";
+  const Fields sepa = {{"bankAccount.holder", "Erika Mustermann"}, {"bankAccount.iban", iban}};
+  const Fields payU = {{"cardNumber", "4000 0000 0000 0002"},
+                       {"expiry", "12 / 39"},
+                       {"cvv", "123"},
+                       {"cardHolder", "Erika Mustermann"}};
+  const Fields serviceSepa = {{"accountHolder", "Erika Mustermann"}, {"iban", iban}};
   const EnterCase cases[] = {
+      // clang-format off
       {"card widget", 0, "VISA", false, gatewayCard, AfterEnter::BeforeSubmit},
-      {"gateway SEPA",
-       0,
-       "BNKACCT",
-       false,
-       {{"bankAccount.holder", "Erika Mustermann"}, {"bankAccount.iban", iban}},
-       AfterEnter::BeforeSubmit},
-      {"PayU",
-       1,
-       "PAYU",
-       false,
-       {{"cardNumber", "4000 0000 0000 0002"},
-        {"expiry", "12 / 39"},
-        {"cvv", "123"},
-        {"cardHolder", "Erika Mustermann"}},
-       AfterEnter::Declined},
+      {"gateway SEPA", 0, "BNKACCT", false, sepa, AfterEnter::BeforeSubmit},
+      {"PayU", 1, "PAYU", false, payU, AfterEnter::Declined},
       {"PayPal's button", 2, "PAYPAL", false, {}, AfterEnter::PayPalOpens},
       {"CyberSource", 3, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
       {"TokenEx", 4, "AMEX", true, amex, AfterEnter::BeforeSubmit},
       {"Vesta", 5, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
-      {"SEPA",
-       6,
-       "BNKACCT",
-       true,
-       {{"accountHolder", "Erika Mustermann"}, {"iban", iban}},
-       AfterEnter::BeforeSubmit},
+      {"SEPA", 6, "BNKACCT", true, serviceSepa, AfterEnter::BeforeSubmit},
       {"PAYON PCI", 7, "VISA", true, serviceCard, AfterEnter::BeforeSubmit},
+      // clang-format on
   };
   for (const EnterCase& c : cases) {
     SCOPED_TRACE(c.name);
-    TearDown();
-    errors_.clear();
-    SetUp();
+    restart();
     int requests = 0;
     const bool prevent = c.after == AfterEnter::BeforeSubmit;
     form_->setOnBeforeSubmitCallbackWithArg(
@@ -863,7 +776,7 @@ TEST_F(QPPaymentFormFlowTest, EnterInAFieldSubmitsEveryProvidersPage) {
         c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=enter&lang=en" : "enter");
     // The web view takes the keyboard once the loading overlay has gone, and before a field takes
     // the focus: the engine hears of its focus later, and would then put it back on the page.
-    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0 && !form_->isActivityIndicatorShown(); }, 15));
+    ASSERT_TRUE(pumpUntil([this] { return record_.loaded > 0 && !form_->isActivityIndicatorShown(); }, 15));
     ASSERT_TRUE(formtest::focusWindow(*window_));
     ASSERT_TRUE(QPPaymentFormInternals::webView(*form_).widget().grab_focus());
     pumpFor(0.3);
@@ -886,8 +799,8 @@ TEST_F(QPPaymentFormFlowTest, EnterInAFieldSubmitsEveryProvidersPage) {
         EXPECT_EQ(requests, 1);
         break;
       case AfterEnter::Declined:
-        ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 5));
-        EXPECT_THAT(boost::json::serialize(errors_[0]), HasSubstr("declined"));
+        ASSERT_TRUE(pumpUntil([this] { return !record_.errors.empty(); }, 5));
+        EXPECT_THAT(boost::json::serialize(record_.errors[0]), HasSubstr("declined"));
         break;
       case AfterEnter::PayPalOpens:
         EXPECT_TRUE(pumpUntil(
@@ -908,11 +821,8 @@ TEST_F(QPPaymentFormFlowTest, ADarkThemeReachesThePage) {
   for (bool dark : {true, false}) {
     SCOPED_TRACE(dark);
     settings->property_gtk_application_prefer_dark_theme() = dark;
-    TearDown();
-    loaded_ = 0;
-    SetUp();
-    render(QPPaymentProviderPayon, {"VISA"}, "theme");
-    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    restart();
+    ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayon, {"VISA"}, "theme"));
     EXPECT_EQ(evaluate("window.matchMedia('(prefers-color-scheme: dark)').matches"),
               boost::json::value(dark));
   }
@@ -928,8 +838,7 @@ struct PageDialogCase {
 // in the form's language; the page waits for the answer.
 TEST_F(QPPaymentFormFlowTest, PageDialogsBelongToTheHostWindow) {
   setenv("LANGUAGE", "de", 1);
-  render(QPPaymentProviderPayon, {"VISA"}, "dialogs");
-  ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+  ASSERT_TRUE(renderAndLoad(QPPaymentProviderPayon, {"VISA"}, "dialogs"));
   const PageDialogCase cases[] = {
       {"confirm('Sicher?')", Gtk::ResponseType::OK, "true"},
       {"confirm('Sicher?')", Gtk::ResponseType::CANCEL, "false"},

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <functional>
 
 #include <gtkmm/window.h>
 
@@ -17,40 +16,14 @@
 namespace brivane {
 namespace {
 
-using formtest::ProviderServer;
 using formtest::pumpFor;
 using formtest::pumpUntil;
 using sandbox::ShopperMode;
 
 enum class Ending { Loaded, Error, Success, Cancel, BeforeSubmit, BeforeSubmitWithArg };
 
-class QPPaymentFormLifetimeTest : public ::testing::Test {
+class QPPaymentFormLifetimeTest : public formtest::FormTest {
  protected:
-  static void SetUpTestSuite() { server_ = new ProviderServer(); }
-  static void TearDownTestSuite() {
-    delete server_;
-    server_ = nullptr;
-  }
-
-  void SetUp() override {
-    window_ = std::make_unique<Gtk::Window>();
-    window_->set_default_size(400, 640);
-    form_ = formtest::formForStandIns(base());
-    window_->set_child(*form_);
-    window_->present();
-  }
-  void TearDown() override {
-    destroyForm();
-    window_.reset();
-    pumpFor(0.05);
-  }
-
-  void destroyForm() {
-    if (!form_) return;
-    window_->unset_child();
-    form_.reset();
-  }
-
   // The callback of `ending` destroys the form first, then reads its arguments; `calls_` counts it.
   void destroyIn(Ending ending) {
     auto end = [this, ending](Ending reached) {
@@ -84,65 +57,52 @@ class QPPaymentFormLifetimeTest : public ::testing::Test {
     }
   }
 
-  static std::string base() { return server_->baseUrl(); }
-
-  static ProviderServer* server_;
-  std::unique_ptr<Gtk::Window> window_;
-  std::unique_ptr<QPPaymentForm> form_;
   int calls_ = 0;
   std::string seen_;
 };
-
-ProviderServer* QPPaymentFormLifetimeTest::server_ = nullptr;
 
 struct LifetimeCase {
   std::string name;
   Ending ending;
   std::uint64_t provider;
   std::string option;
-  std::function<std::string(const std::string& base)> token;
+  std::string token;
   std::optional<ShopperMode> shopper;  // nothing: the ending comes without the shopper
   std::string seen;                    // what the destroying callback read afterwards
 };
-
-std::string tokenNamed(const std::string&) {
-  return "lifetime";
-}
 
 TEST_F(QPPaymentFormLifetimeTest, TheHostMayDestroyTheFormInsideEveryCallback) {
   const std::string closed = "http://127.0.0.1:" + std::to_string(formtest::closedPort());
   const std::filesystem::path dir = formtest::scratchDirectory("form-lifetime-tls");
   ASSERT_TRUE(formtest::makeUntrustedCertificate(dir)) << "openssl could not make a certificate";
-  ProviderServer untrusted(std::make_unique<httplib::SSLServer>((dir / "cert.pem").string().c_str(),
-                                                                (dir / "key.pem").string().c_str()));
+  formtest::ProviderServer untrusted(std::make_unique<httplib::SSLServer>(
+      (dir / "cert.pem").string().c_str(), (dir / "key.pem").string().c_str()));
   const std::string tls = untrusted.baseUrl("https");
   const LifetimeCase cases[] = {
-      {"loaded", Ending::Loaded, 0, "VISA", tokenNamed, std::nullopt, ""},
-      {"error of a failed load", Ending::Error, 1, "PAYU",
-       [&closed](const std::string&) { return closed + "/providers/payu/pay?orderId=1"; }, std::nullopt,
-       "\"\""},
-      {"error of an untrusted certificate", Ending::Error, 1, "PAYU",
-       [&tls](const std::string&) { return tls + "/providers/payu/pay?orderId=1"; }, std::nullopt, "\"\""},
-      {"error posted by the page", Ending::Error, 0, "VISA", tokenNamed, ShopperMode::Decline, "\"\""},
-      {"gateway callback", Ending::Success, 0, "VISA", tokenNamed, ShopperMode::Approve, "VISA lifetime nil"},
-      {"PayPal success", Ending::Success, 2, "PAYPAL", tokenNamed, ShopperMode::Approve,
+      {"loaded", Ending::Loaded, 0, "VISA", "lifetime", std::nullopt, ""},
+      {"error of a failed load", Ending::Error, 1, "PAYU", closed + "/providers/payu/pay?orderId=1",
+       std::nullopt, "\"\""},
+      {"error of an untrusted certificate", Ending::Error, 1, "PAYU", tls + "/providers/payu/pay?orderId=1",
+       std::nullopt, "\"\""},
+      {"error posted by the page", Ending::Error, 0, "VISA", "lifetime", ShopperMode::Decline, "\"\""},
+      {"gateway callback", Ending::Success, 0, "VISA", "lifetime", ShopperMode::Approve, "VISA lifetime nil"},
+      {"PayPal success", Ending::Success, 2, "PAYPAL", "lifetime", ShopperMode::Approve,
        "PAYPAL lifetime SANDBOXPAYER1"},
-      {"redirect to the host", Ending::Success, 5, "VISA", tokenNamed, ShopperMode::Approve,
+      {"redirect to the host", Ending::Success, 5, "VISA", "lifetime", ShopperMode::Approve,
        "VISA lifetime data="},
-      {"PayPal cancel", Ending::Cancel, 2, "PAYPAL", tokenNamed, ShopperMode::Cancel, "nil"},
-      {"before submit", Ending::BeforeSubmit, 0, "VISA", tokenNamed, std::nullopt, ""},
-      {"before submit with its arguments", Ending::BeforeSubmitWithArg, 0, "VISA", tokenNamed, std::nullopt,
+      {"PayPal cancel", Ending::Cancel, 2, "PAYPAL", "lifetime", ShopperMode::Cancel, "nil"},
+      {"before submit", Ending::BeforeSubmit, 0, "VISA", "lifetime", std::nullopt, ""},
+      {"before submit with its arguments", Ending::BeforeSubmitWithArg, 0, "VISA", "lifetime", std::nullopt,
        "VISA"},
   };
   for (const LifetimeCase& c : cases) {
     SCOPED_TRACE(c.name);
-    TearDown();
-    SetUp();
+    restart();
     calls_ = 0;
     seen_.clear();
     destroyIn(c.ending);
     form_->setPaymentProvider(c.provider);
-    form_->renderWithPaymentOptions(std::vector<std::string>{c.option}, c.token(base()), nullptr);
+    form_->renderWithPaymentOptions(std::vector<std::string>{c.option}, c.token, nullptr);
     const bool beforeSubmit = c.ending == Ending::BeforeSubmit || c.ending == Ending::BeforeSubmitWithArg;
     if (c.shopper || beforeSubmit) {
       ASSERT_TRUE(pumpUntil([this] { return form_->isWebViewLoaded(); }, 15));
@@ -167,32 +127,6 @@ TEST_F(QPPaymentFormLifetimeTest, TheHostMayDestroyTheFormInsideEveryCallback) {
     }
   }
   std::filesystem::remove_all(dir);
-}
-
-// The decline and the page's Enter: with a before-submit callback the 3-D Secure bar replaces the
-// standard one, whose previous and next buttons are gone then.
-TEST_F(QPPaymentFormLifetimeTest, TheToolbarSwapLeavesNoButtonBehind) {
-  setenv("LANGUAGE", "en", 1);
-  int requests = 0;
-  form_->setOnBeforeSubmitCallback([&requests] { ++requests; });
-  form_->setPaymentProvider(QPPaymentProviderPayon);
-  form_->renderWithPaymentOptions(std::vector<std::string>{"VISA"}, "toolbar-swap", nullptr);
-  ASSERT_TRUE(pumpUntil([this] { return form_->isWebViewLoaded(); }, 15));
-  formtest::evaluateIn(*form_, "document.querySelector(\"input[name='card.number']\").focus(); true");
-  ASSERT_TRUE(pumpUntil([this] { return form_->isNextButtonEnabled(); }, 10));
-  formtest::evaluateIn(*form_,
-                       "window.prompt('jsFunction: ObjC_onBeforeSubmit', '{\"paymentBrand\": \"VISA\"}')");
-  ASSERT_TRUE(pumpUntil([this] { return form_->toolbarType() == QPToolbarType3dSecure; }, 5));
-  EXPECT_EQ(requests, 1);
-  EXPECT_EQ(form_->shownToolbarItems(), (std::vector<std::string>{"", "Done"}));
-  // The page goes on reporting its previous / next states (Shift+Tab in the page).
-  formtest::evaluateIn(*form_,
-                       "window.webkit.messageHandlers.ObjC_PrevButtEnabled.postMessage(true);"
-                       "window.webkit.messageHandlers.ObjC_NextButtEnabled.postMessage(true); true");
-  pumpFor(0.3);
-  EXPECT_FALSE(form_->isPrevButtonEnabled());
-  EXPECT_FALSE(form_->isNextButtonEnabled());
-  unsetenv("LANGUAGE");
 }
 
 }  // namespace

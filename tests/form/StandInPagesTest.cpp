@@ -22,7 +22,6 @@
 namespace brivane {
 namespace {
 
-using formtest::ProviderServer;
 using formtest::pumpFor;
 using formtest::pumpUntil;
 namespace json = boost::json;
@@ -50,47 +49,21 @@ constexpr const char* kContrast =
     "function qpContrast(a, b) { var x = qpLum(a), y = qpLum(b);"
     " return (Math.max(x, y) + 0.05) / (Math.min(x, y) + 0.05); }";
 
-class StandInPagesTest : public ::testing::Test {
+class StandInPagesTest : public formtest::FormTest {
  protected:
-  static void SetUpTestSuite() {
-    state_ = new sandbox::Sandbox::State();
-    server_ = new ProviderServer(std::make_unique<httplib::Server>(), state_);
-  }
-  static void TearDownTestSuite() {
-    delete server_;
-    delete state_;
-  }
-
   void SetUp() override {
     setenv("LANGUAGE", "en", 1);
-    window_ = std::make_unique<Gtk::Window>();
-    window_->set_default_size(420, 680);
-    form_ = formtest::formForStandIns(server_->baseUrl());
-    form_->setOnFormLoaded([this] { ++loaded_; });
-    form_->setOnError([this](const json::value& error) { errors_.push_back(error); });
-    window_->set_child(*form_);
-    window_->present();
+    FormTest::SetUp();
   }
   void TearDown() override {
-    window_->unset_child();
-    form_.reset();
-    window_.reset();
-    pumpFor(0.05);
+    FormTest::TearDown();
     unsetenv("LANGUAGE");
-  }
-  void restart() {
-    TearDown();
-    loaded_ = 0;
-    errors_.clear();
-    SetUp();
   }
 
   // Renders and waits until the page (and the form service's inputs) are there.
   void open(std::uint64_t provider, const std::vector<std::string>& options, const std::string& token,
             const std::shared_ptr<QPFormStyle>& style = nullptr) {
-    form_->setPaymentProvider(provider);
-    form_->renderWithPaymentOptions(options, token, style);
-    ASSERT_TRUE(pumpUntil([this] { return loaded_ > 0; }, 15));
+    ASSERT_TRUE(renderAndLoad(provider, options, token, style));
     if (provider == QPPaymentProviderPayU || provider == QPPaymentProviderPayPal) return;
     // The card inputs are built once the provider's script (or the form service) has started.
     ASSERT_TRUE(pumpUntil(
@@ -100,21 +73,8 @@ class StandInPagesTest : public ::testing::Test {
         },
         10));
   }
-  json::value evaluate(const std::string& script) { return formtest::evaluateIn(*form_, script); }
   json::value inputs(const std::string& script) { return evaluate(std::string(kInputs) + script); }
-
-  static std::string base() { return server_->baseUrl(); }
-
-  static sandbox::Sandbox::State* state_;
-  static ProviderServer* server_;
-  std::unique_ptr<Gtk::Window> window_;
-  std::unique_ptr<QPPaymentForm> form_;
-  int loaded_ = 0;
-  std::vector<json::value> errors_;
 };
-
-sandbox::Sandbox::State* StandInPagesTest::state_ = nullptr;
-ProviderServer* StandInPagesTest::server_ = nullptr;
 
 struct CardPageCase {
   std::string name;
@@ -227,17 +187,12 @@ TEST_F(StandInPagesTest, ADeclineLeavesNoCardNumberOrSecurityCodeOnScreen) {
     std::vector<std::string> options;
     std::string fields;  // script answering [number, cvv, holder, whether the number has the focus]
   };
+  const std::string card =
+      "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
+      "qpDoc.activeElement === qpField('number')]";
   const Case cases[] = {
-      {"card widget",
-       0,
-       {"VISA"},
-       "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
-       "qpDoc.activeElement === qpField('number')]"},
-      {"form service",
-       3,
-       {"VISA"},
-       "[qpField('number').value, qpField('cvv').value, qpField('holder').value, "
-       "qpDoc.activeElement === qpField('number')]"},
+      {"card widget", 0, {"VISA"}, card},
+      {"form service", 3, {"VISA"}, card},
       {"PayU",
        1,
        {"PAYU"},
@@ -248,10 +203,9 @@ TEST_F(StandInPagesTest, ADeclineLeavesNoCardNumberOrSecurityCodeOnScreen) {
     SCOPED_TRACE(c.name);
     restart();
     open(c.provider, c.options,
-         c.provider == QPPaymentProviderPayU ? base() + "/providers/payu/pay?orderId=d1&token=declined-payu"
-                                             : "declined");
+         c.provider == QPPaymentProviderPayU ? payU("orderId=d1&token=declined-payu") : "declined");
     ASSERT_TRUE(formtest::shopUntil(
-        *form_, sandbox::ShopperMode::Decline, [this] { return !errors_.empty(); }, 25));
+        *form_, sandbox::ShopperMode::Decline, [this] { return !record_.errors.empty(); }, 25));
     pumpFor(0.3);
     EXPECT_EQ(inputs(c.fields), (json::array{"", "", "Erika Mustermann", true}));
   }
@@ -259,16 +213,16 @@ TEST_F(StandInPagesTest, ADeclineLeavesNoCardNumberOrSecurityCodeOnScreen) {
 
 TEST_F(StandInPagesTest, TheChallengeNamesMerchantAndAmountTakesTheFocusAndCanBeCancelled) {
   {
-    std::lock_guard<std::mutex> lock(state_->mutex);
+    std::lock_guard<std::mutex> lock(formtest::providerState().mutex);
     sandbox::Payment payment;
     payment.uniqueReference = "pay-3ds";
     payment.amount = 1234;
     payment.currency = "EUR";
-    state_->store.payments[payment.uniqueReference] = payment;
+    formtest::providerState().store.payments[payment.uniqueReference] = payment;
     sandbox::Authorization authorization;
     authorization.token = "tok-3ds";
     authorization.reference = payment.uniqueReference;
-    state_->store.authorizations[authorization.token] = authorization;
+    formtest::providerState().store.authorizations[authorization.token] = authorization;
   }
   httplib::Client client("127.0.0.1", std::stoi(base().substr(base().rfind(':') + 1)));
   auto answer = client.Post("/providers/authorize",
@@ -289,19 +243,19 @@ TEST_F(StandInPagesTest, TheChallengeNamesMerchantAndAmountTakesTheFocusAndCanBe
                      " document.getElementById('amount').textContent]"),
             (json::array{"challenge-code", "Brivane Sandbox Shop", "€12.34"}));
   evaluate("document.getElementById('challenge-cancel').click(); true");
-  ASSERT_TRUE(pumpUntil([this] { return !errors_.empty(); }, 10));
-  EXPECT_EQ(errors_[0].at("name"), json::value("PaymentCancelled"));
+  ASSERT_TRUE(pumpUntil([this] { return !record_.errors.empty(); }, 10));
+  EXPECT_EQ(record_.errors[0].at("name"), json::value("PaymentCancelled"));
   EXPECT_EQ(evaluate("document.getElementById('error').textContent"),
             json::value("The payment was cancelled."));
-  std::lock_guard<std::mutex> lock(state_->mutex);
-  EXPECT_TRUE(state_->store.authorizations.at("tok-3ds").declined);
-  EXPECT_FALSE(state_->store.authorizations.at("tok-3ds").completedByShopper);
+  std::lock_guard<std::mutex> lock(formtest::providerState().mutex);
+  EXPECT_TRUE(formtest::providerState().store.authorizations.at("tok-3ds").declined);
+  EXPECT_FALSE(formtest::providerState().store.authorizations.at("tok-3ds").completedByShopper);
 }
 
 TEST_F(StandInPagesTest, PayPalsDeclineIsShownAndPayUNamesItsLanguage) {
   open(QPPaymentProviderPayPal, {"PAYPAL"}, "paypal-declined");
   ASSERT_TRUE(formtest::shopUntil(
-      *form_, sandbox::ShopperMode::Decline, [this] { return !errors_.empty(); }, 25));
+      *form_, sandbox::ShopperMode::Decline, [this] { return !record_.errors.empty(); }, 25));
   EXPECT_EQ(evaluate("var n = document.getElementById('qp-paypal-error');"
                      "[n.textContent, getComputedStyle(n).display !== 'none', n.getAttribute('role')]"),
             (json::array{"PayPal declined this payment.", true, "alert"}));
@@ -309,7 +263,7 @@ TEST_F(StandInPagesTest, PayPalsDeclineIsShownAndPayUNamesItsLanguage) {
   for (const auto& [language, name] : {std::pair{"de_DE", "Deutsch"}, std::pair{"sk_SK", "Slovenčina"}}) {
     restart();
     setenv("LANGUAGE", language, 1);
-    open(QPPaymentProviderPayU, {"PAYU"}, base() + "/providers/payu/pay?orderId=o7");
+    open(QPPaymentProviderPayU, {"PAYU"}, payU("orderId=o7"));
     EXPECT_EQ(evaluate("document.getElementById('lang').textContent"), json::value(name)) << language;
   }
 }

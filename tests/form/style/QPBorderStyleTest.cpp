@@ -20,19 +20,17 @@ TEST(QPBorderSideStyle, SizeIsTruncatedAndMarksTheSide) {
   QPBorderSideStyle side;
   EXPECT_FALSE(side.isObjSet());
   EXPECT_EQ(side.size(), 18446744073709551615ULL);
-  side.setSize(2.99);
-  EXPECT_TRUE(side.isObjSet());
-  EXPECT_EQ(side.size(), 2u);
-  side.setSize(-0.5);
-  EXPECT_EQ(side.size(), 0u);
-  side.setSize(-7);
-  EXPECT_EQ(side.size(), 0u);
-  side.setSize(std::nan(""));
-  EXPECT_EQ(side.size(), 0u);
-  side.setSize(1e30);
-  EXPECT_EQ(side.size(), QPBorderSideStyle::kUnsetSize);
-  side.setSize(9007199254740992.0);
-  EXPECT_EQ(side.size(), 9007199254740992ULL);
+  const std::pair<double, std::uint64_t> sizes[] = {{2.99, 2},
+                                                    {-0.5, 0},
+                                                    {-7, 0},
+                                                    {NAN, 0},
+                                                    {1e30, QPBorderSideStyle::kUnsetSize},
+                                                    {9007199254740992.0, 9007199254740992ULL}};
+  for (const auto& [size, expected] : sizes) {
+    side.setSize(size);
+    EXPECT_TRUE(side.isObjSet());
+    EXPECT_EQ(side.size(), expected) << size;
+  }
 }
 
 TEST(QPBorderSideStyle, ColourOnlySetsTheSideButNotTheWidth) {
