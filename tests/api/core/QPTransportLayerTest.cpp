@@ -235,7 +235,6 @@ TEST(QPTransportWire, EmptyTokenStillSendsTheBearerPrefix) {
 // Each row of the failure table, through a real HTTP exchange and the typed completion.
 TEST(QPTransportWire, FailureTableEndToEnd) {
   ScriptedServer server;
-  auto tokens = std::make_shared<QPDefaultAccessTokenProvider>();
   QPApiProviderOption option;
   option.url = server.baseUrl();
   option.programCode = "P";
@@ -499,33 +498,6 @@ TEST(QPCompletionContract, ReleasingTheClientMidFlightStillDeliversOnce) {
   ASSERT_FALSE(captured.error);
   ASSERT_TRUE(captured.response && captured.response->countries);
   EXPECT_FALSE(captured.response->countries->empty());
-}
-
-TEST(QPCompletionContract, ManyConcurrentCallsFromOtherThreadsEachCompleteOnce) {
-  SandboxClient client;
-  constexpr int kCalls = 40;
-  std::vector<Captured<QPGetCountriesResponse>> captured(kCalls);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      for (int i = t; i < kCalls; i += 4)
-        client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured[i].completion());
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  ASSERT_TRUE(QPMainQueue::runUntil(
-      [&] {
-        for (auto& c : captured)
-          if (c.calls == 0) return false;
-        return true;
-      },
-      std::chrono::seconds(10)));
-  QPMainQueue::runFor(std::chrono::milliseconds(50));
-  for (auto& c : captured) {
-    EXPECT_EQ(c.calls, 1);
-    EXPECT_TRUE(c.onMainThread);
-    EXPECT_FALSE(c.error);
-  }
 }
 
 // Calls that fail before sending and calls that are sent share the networking thread's wake-up:
