@@ -1,9 +1,11 @@
 #pragma once
 
 #include <glib.h>
+#include <gtest/gtest.h>
 #include <httplib.h>
 
 #include <chrono>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -20,6 +22,7 @@
 #include "brivane/api/settings/QPSettingsAPI.h"
 #include "brivane/api/user/QPUserAPI.h"
 #include "brivane/platform/QPMainQueue.h"
+#include "brivane/testing/QPFakeHttpClient.h"
 #include "sandbox/Sandbox.h"
 
 namespace brivane::test {
@@ -81,11 +84,80 @@ struct Captured {
     };
   }
 
+  /// The same for the transport's own completion (Response = boost::json::value), which may run
+  /// inside the networking's pass: it is noted on the main queue.
+  QPTransportLayer::Completion transport() {
+    return [this](std::optional<boost::json::value> json, std::optional<QPError> e) {
+      QPMainQueue::post([this, json = std::move(json), e = std::move(e)]() mutable {
+        completion()(std::move(e), json ? std::make_shared<Response>(std::move(*json)) : nullptr);
+      });
+    };
+  }
+
   /// Runs the main queue until the completion has run (or 10 s have passed).
   bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
     return QPMainQueue::runUntil([this] { return calls > 0; }, timeout);
   }
 };
+
+/// Starts one call with `start(completion)` and runs the main queue until it has completed, once
+/// and on the main queue.
+template <class Response, class Start>
+Captured<Response> run(Start start) {
+  Captured<Response> captured;
+  start(captured.completion());
+  EXPECT_TRUE(captured.wait());
+  EXPECT_EQ(captured.calls, 1);
+  EXPECT_TRUE(captured.onMainThread);
+  return captured;
+}
+
+/// A provider whose calls go to a `QPFakeHttpClient` (no sockets) at https://api.test/v1/, with
+/// program code "P", prefix "T" and the token "fake-token".
+struct FakeClient {
+  explicit FakeClient(QPCallOptions options = {}) {
+    tokens->setAccessToken("fake-token");
+    QPApiProviderOption option;
+    option.url = "https://api.test/v1/";
+    option.programCode = "P";
+    option.partnerReferencePrefix = "T";
+    option.accessTokenProvider = tokens;
+    option.callOptions = std::move(options);
+    option.httpClient = http;
+    provider = std::make_unique<QPApiProvider>(option);
+  }
+  std::shared_ptr<QPFakeHttpClient> http = std::make_shared<QPFakeHttpClient>();
+  std::shared_ptr<QPDefaultAccessTokenProvider> tokens = std::make_shared<QPDefaultAccessTokenProvider>();
+  std::unique_ptr<QPApiProvider> provider;
+};
+
+/// What a request carries besides the four identifying parameters every call adds (localDate,
+/// localTime, partnerReference, programCode), as the text of a JSON object: its body's members,
+/// else its query items as texts, in order (so that a number and a text stay apart, "1" vs 1).
+inline std::string sentFields(const QPRecordedRequest& request) {
+  std::string text;
+  auto keep = [&](const std::string& key, const boost::json::value& value) {
+    if (key == "localDate" || key == "localTime" || key == "partnerReference" || key == "programCode") return;
+    text += (text.empty() ? "" : ",") + boost::json::serialize(boost::json::value(key)) + ":" +
+            boost::json::serialize(value);
+  };
+  if (request.body) {
+    const boost::json::value body = boost::json::parse(*request.body);
+    for (const auto& [key, value] : body.as_object()) keep(key, value);
+  } else if (const std::size_t mark = request.url.find('?'); mark != std::string::npos) {
+    const std::string query = request.url.substr(mark + 1);
+    for (std::size_t start = 0; start < query.size();) {
+      const std::size_t end = std::min(query.find('&', start), query.size());
+      const std::string item = query.substr(start, end - start);
+      const std::size_t equals = std::min(item.find('='), item.size());
+      const std::string value = equals < item.size() ? item.substr(equals + 1) : "";
+      keep(httplib::detail::decode_url(item.substr(0, equals), true),
+           boost::json::value(httplib::detail::decode_url(value, true)));
+      start = end + 1;
+    }
+  }
+  return "{" + text + "}";
+}
 
 /// Hears every event of the calls it watches and keeps each as one line of text.
 class RecordingListener : public QPCallListener {
@@ -154,58 +226,70 @@ class ServerThread {
   int port_ = 0;
 };
 
-/// A loopback HTTP peer that answers every request with one scripted answer.
+/// A loopback HTTP peer: every request gets its path's route, else the default answer; each
+/// request is recorded. One answer per connection, so stopping never waits.
 class ScriptedServer {
  public:
+  struct Answer {
+    int status = 200;
+    std::string contentType = "application/json";  ///< "": none
+    std::string body = "{}";
+    std::vector<std::pair<std::string, std::string>> headers = {};
+  };
+  struct Seen {
+    std::string method, path, target, body, authorization;
+  };
+
   ScriptedServer() {
     server_.set_tcp_nodelay(true);
-    server_.set_keep_alive_max_count(1);  // one answer per connection: stopping never waits
     auto handler = [this](const httplib::Request& req, httplib::Response& res) {
       std::lock_guard lock(mutex_);
-      lastTarget_ = req.target;
-      lastBody_ = req.body;
-      res.status = status_;
-      if (contentType_.empty()) {
-        res.body = body_;
+      seen_.push_back({req.method, req.path, req.target, req.body, req.get_header_value("Authorization")});
+      auto route = routes_.find(req.path);
+      const Answer& answer = route == routes_.end() ? default_ : route->second;
+      res.status = answer.status;
+      for (const auto& [name, value] : answer.headers) res.set_header(name, value);
+      if (answer.contentType.empty()) {
+        res.body = answer.body;
       } else {
-        res.set_content(body_, contentType_.c_str());
+        res.set_content(answer.body, answer.contentType.c_str());
       }
     };
     server_.Get(".*", handler);
     server_.Post(".*", handler);
     server_.Put(".*", handler);
     server_.Delete(".*", handler);
-    port_ = server_.bind_to_any_port("127.0.0.1");
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
-    while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::microseconds(50));
-  }
-  ~ScriptedServer() {
-    server_.stop();
-    thread_.join();
+    serving_ = std::make_unique<ServerThread>(server_);
   }
 
+  /// The default answer.
   void answer(int status, std::string contentType, std::string body) {
     std::lock_guard lock(mutex_);
-    status_ = status;
-    contentType_ = std::move(contentType);
-    body_ = std::move(body);
+    default_ = {status, std::move(contentType), std::move(body)};
   }
-  std::string baseUrl() const { return "http://127.0.0.1:" + std::to_string(port_); }
+  /// The answer to every request for `path`.
+  void route(const std::string& path, Answer answer) {
+    std::lock_guard lock(mutex_);
+    routes_[path] = std::move(answer);
+  }
+  std::string baseUrl() const { return serving_->baseUrl(); }
+  std::vector<Seen> seen() {
+    std::lock_guard lock(mutex_);
+    return seen_;
+  }
+  /// The target (path and query) of the last request; "" before the first.
   std::string lastTarget() {
     std::lock_guard lock(mutex_);
-    return lastTarget_;
+    return seen_.empty() ? "" : seen_.back().target;
   }
 
  private:
   httplib::Server server_;
-  std::thread thread_;
-  int port_ = 0;
   std::mutex mutex_;
-  int status_ = 200;
-  std::string contentType_ = "application/json";
-  std::string body_ = "{}";
-  std::string lastTarget_;
-  std::string lastBody_;
+  Answer default_;
+  std::map<std::string, Answer> routes_;
+  std::vector<Seen> seen_;
+  std::unique_ptr<ServerThread> serving_;  // stops first
 };
 
 }  // namespace brivane::test

@@ -160,46 +160,7 @@ TEST(QPCallCancellation, StoppingAThousandCallsInFlightLeaksNothing) {
   EXPECT_LT(mallinfo2().uordblks, heap + (1u << 20)) << "bytes in use grew over two rounds of 1,000";
 }
 
-// A scripted loopback server: each path answers with the next status of its script, then 200.
-class StatusScript {
- public:
-  StatusScript() {
-    auto handler = [this](const httplib::Request& req, httplib::Response& res) {
-      std::lock_guard lock(mutex_);
-      ++hits_[req.path];
-      auto& script = scripts_[req.path];
-      res.status = 200;
-      if (!script.empty()) {
-        res.status = script.front();
-        script.erase(script.begin());
-      }
-      res.set_content(res.status == 200 ? R"({"countries":[]})" : "{}", "application/json");
-    };
-    server_.Get(".*", handler);
-    server_.Post(".*", handler);
-    serving_ = std::make_unique<test::ServerThread>(server_);
-  }
-  void script(const std::string& path, std::vector<int> statuses) {
-    std::lock_guard lock(mutex_);
-    scripts_[path] = std::move(statuses);
-    hits_[path] = 0;
-  }
-  int hits(const std::string& path) {
-    std::lock_guard lock(mutex_);
-    return hits_[path];
-  }
-  std::string baseUrl() const { return serving_->baseUrl(); }
-
- private:
-  httplib::Server server_;
-  std::mutex mutex_;
-  std::map<std::string, std::vector<int>> scripts_;
-  std::map<std::string, int> hits_;
-  std::unique_ptr<test::ServerThread> serving_;  // stops first
-};
-
 TEST(QPCallRetries, OnlyWhatThePolicyAllowsIsTriedAgainAndTheCallCompletesOnce) {
-  StatusScript server;
   const QPRetryPolicy quick{.maxAttempts = 3, .initialBackoff = 5ms, .maxBackoff = 20ms};
   QPRetryPolicy anyMethod = quick;
   anyMethod.retryNonIdempotent = true;
@@ -221,27 +182,22 @@ TEST(QPCallRetries, OnlyWhatThePolicyAllowsIsTriedAgainAndTheCallCompletesOnce) 
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     const std::string path = c.post ? "/payment/P-1/capture" : "/settings/country";
-    server.script(path, c.statuses);
-    auto provider = providerFor(server.baseUrl(), {.retry = c.policy});
-    std::optional<QPError> error;
-    int calls = 0;
+    auto http = std::make_shared<QPFakeHttpClient>();
+    const char* method = c.post ? "POST" : "GET";
+    for (int status : c.statuses) http->respond(method, path, status, "{}");
+    http->respond(method, path, 200, R"({"countries":[]})");
+    auto provider = providerFor("http://h", {.retry = c.policy}, http);
+    Captured<QPResponseBase> captured;
     if (c.post) {
-      provider->paymentAPI()->capture(std::make_shared<QPCaptureRequest>(), "P-1",
-                                      [&](std::optional<QPError> e, std::shared_ptr<QPCaptureResponse>) {
-                                        ++calls;
-                                        error = e;
-                                      });
+      provider->paymentAPI()->capture(std::make_shared<QPCaptureRequest>(), "P-1", captured.completion());
     } else {
-      provider->settingsAPI()->getCountries(
-          QPGetCountriesRequest(), [&](std::optional<QPError> e, std::shared_ptr<QPGetCountriesResponse>) {
-            ++calls;
-            error = e;
-          });
+      provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
     }
-    ASSERT_TRUE(QPMainQueue::runUntil([&] { return calls > 0; }, 10s));
+    ASSERT_TRUE(captured.wait());
     QPMainQueue::runFor(100ms);
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(server.hits(path), c.attempts);
+    EXPECT_EQ(captured.calls, 1);
+    EXPECT_EQ(http->requests().size(), static_cast<std::size_t>(c.attempts));
+    const auto& error = captured.error;
     EXPECT_EQ(error ? std::optional(error->code()) : std::nullopt, c.error);
   }
 }

@@ -22,44 +22,22 @@ const std::string kToken = "canary-token-7Qz";
 const std::string kPassword = "canary-password-9Xk";
 const std::string kCard = "4111111111111111";
 
-// A hostile back end that echoes secrets into every answer it can.
-class LeakyServer {
- public:
-  LeakyServer() {
-    server_.Post("/token", [](const httplib::Request&, httplib::Response& res) {
-      res.status = 503;
-      res.set_header("Set-Cookie", "session=" + kToken);
-      res.set_header("WWW-Authenticate", "Bearer " + kToken);
-      res.set_content(R"({"error":"invalid_grant","card":")" + kCard + "\"}", "application/json");
-    });
-    server_.Post("/token-error", [](const httplib::Request&, httplib::Response& res) {
-      res.status = 401;
-      res.set_header("Set-Cookie", "session=" + kToken);
-      res.set_content(R"({"error":"invalid_grant","error_description":"RC1 Wrong"})", "application/json");
-    });
-    server_.Get("/settings/country", [](const httplib::Request&, httplib::Response& res) {
-      std::string element = R"({"countryName":{"pan":")" + kCard + R"("},"countryCode":")" + kCard + "\"}";
-      std::string unknown = R"({"pan":")" + kCard + R"(","password":")" + kPassword + "\"}";
-      std::string list = "[" + element + "," + unknown + ",\"" + kCard + "\"";
-      for (int i = 0; i < 50; ++i) list += "," + unknown;
-      res.set_content(R"({"responseCode":"0000","countries":)" + list + "]}", "application/json");
-    });
-    server_.Get("/settings/getFinancialInstitutionData", [](const httplib::Request&, httplib::Response& res) {
-      res.status = 307;
-      res.set_header("Location", "http://localhost:1/steal?token=" + kToken);
-    });
-    serving_ = std::make_unique<test::ServerThread>(server_);
-  }
-  std::string baseUrl() const { return serving_->baseUrl(); }
-
- private:
-  httplib::Server server_;
-  std::unique_ptr<test::ServerThread> serving_;
-};
-
 TEST(QPLogCanary, NoSecretReachesALogLineOrAnErrorDescription) {
   test::LogCapture log;
-  LeakyServer server;
+  // A hostile back end that echoes secrets into every answer it can.
+  test::ScriptedServer server;
+  server.route("/token", {503,
+                          "application/json",
+                          R"({"error":"invalid_grant","card":")" + kCard + "\"}",
+                          {{"Set-Cookie", "session=" + kToken}, {"WWW-Authenticate", "Bearer " + kToken}}});
+  const std::string element = R"({"countryName":{"pan":")" + kCard + R"("},"countryCode":")" + kCard + "\"}";
+  const std::string unknown = R"({"pan":")" + kCard + R"(","password":")" + kPassword + "\"}";
+  std::string list = "[" + element + "," + unknown + ",\"" + kCard + "\"";
+  for (int i = 0; i < 50; ++i) list += "," + unknown;
+  server.route("/settings/country",
+               {200, "application/json", R"({"responseCode":"0000","countries":)" + list + "]}"});
+  server.route("/settings/getFinancialInstitutionData",
+               {307, "", "", {{"Location", "http://localhost:1/steal?token=" + kToken}}});
   auto tokens = std::make_shared<QPDefaultAccessTokenProvider>();
   tokens->setAccessToken(kToken);
   QPApiProviderOption option;

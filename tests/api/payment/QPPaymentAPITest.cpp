@@ -15,30 +15,11 @@ namespace brivane {
 namespace {
 
 using test::Captured;
+using test::run;
 using test::SandboxClient;
-using ::testing::ElementsAreArray;
-using ::testing::MatchesRegex;
 
 constexpr const char* kApprovedCard = "4111111111111111";
 constexpr const char* kDeclinedCard = "4000000000000002";
-
-std::vector<std::string> bodyKeys(const std::string& body) {
-  std::vector<std::string> keys;
-  const boost::json::value parsed = boost::json::parse(body);
-  for (const auto& [key, value] : parsed.as_object()) keys.emplace_back(key);
-  return keys;
-}
-
-// Runs one call to its completion and hands back what it delivered.
-template <class Response, class Start>
-Captured<Response> run(Start start) {
-  Captured<Response> captured;
-  start(captured.completion());
-  EXPECT_TRUE(captured.wait());
-  EXPECT_EQ(captured.calls, 1);
-  EXPECT_TRUE(captured.onMainThread);
-  return captured;
-}
 
 // A fixture that drives payments against the sandbox through the SDK.
 class PaymentFlow : public ::testing::Test {
@@ -273,141 +254,6 @@ TEST_F(PaymentFlow, RefusedTransitions) {
     EXPECT_EQ(error->code(), c.code) << error->toString();
     EXPECT_FALSE(error->description().value_or("").empty());
   }
-}
-
-TEST_F(PaymentFlow, WireOfEachOperation) {
-  auto init = std::make_shared<QPInitAuthorizeRequest>();
-  init->presentationAmount = QPNumber(1);
-  init->presentationCurrCode = "EUR";
-  init->ipAddr = "203.0.113.7";
-  init->mandateSignedDate = std::chrono::system_clock::now();
-  auto opened = run<QPInitAuthorizeResponse>([&](auto done) { api().initAuthorize(init, done); });
-  ASSERT_FALSE(opened.error);
-  // The payer's address is a header, never a body key.
-  EXPECT_EQ(client.sandbox.lastHeader("/payment/initAuthorize", "X-Ip-Address"), "203.0.113.7");
-  EXPECT_THAT(bodyKeys(client.sandbox.lastBody("/payment/initAuthorize")),
-              ElementsAreArray({"localDate", "localTime", "presentationAmount", "presentationCurrCode",
-                                "useDifferentBillingAddress", "mandateSignedDate", "mandateSignedTime",
-                                "partnerReference", "programCode"}));
-  const std::string reference = *opened.response->uniqueReference;
-
-  auto lm = std::make_shared<QPLmCompleteAuthorizeRequest>();
-  lm->depositReference = "DEP-1";
-  lm->clientIpAddress = "203.0.113.8";
-  run<QPLmCompleteAuthorizeResponse>([&](auto done) { api().lmCompleteAuthorize(lm, reference, done); });
-  boost::json::value lmBody =
-      boost::json::parse(client.sandbox.lastBody("/payment/" + reference + "/lm-completeAuthorize"));
-  EXPECT_EQ(lmBody.at("clientIpAddress"), "203.0.113.8");
-  EXPECT_FALSE(lmBody.as_object().contains("depositReference"));
-  EXPECT_EQ(lmBody.at("useDifferentBillingAddress"), "false");
-
-  run<QPGetPaymentInformationResponse>([&](auto done) {
-    api().getPaymentInformation(std::make_shared<QPGetPaymentInformationRequest>(), reference, done);
-  });
-  const std::string information = "/payment/" + reference + "/information";
-  EXPECT_EQ(client.sandbox.lastBody(information), "");
-  EXPECT_THAT(client.sandbox.lastQuery(information),
-              MatchesRegex("localDate=[0-9-]+&localTime=[0-9]{6}&partnerReference=TEST[0-9A-Za-z]{10}&"
-                           "programCode=BRIVANE"));
-
-  auto capture = std::make_shared<QPCaptureRequest>();
-  capture->modifiedAmount = QPNumber(0.5);
-  run<QPCaptureResponse>([&](auto done) { api().capture(capture, reference, done); });
-  boost::json::value captureBody =
-      boost::json::parse(client.sandbox.lastBody("/payment/" + reference + "/capture"));
-  EXPECT_EQ(captureBody.at("modifiedAmount"), "0.5");
-}
-
-// The body keys of the other operations, as the sandbox received them.
-TEST_F(PaymentFlow, BodyKeysOfTheOtherOperations) {
-  auto base = [](std::vector<std::string> own) {
-    own.insert(own.begin(), {"localDate", "localTime"});
-    own.insert(own.end(), {"partnerReference", "programCode"});
-    return own;
-  };
-  auto oneStep = [](auto request) {
-    request->presentationAmount = QPNumber(2);
-    request->presentationCurrCode = "EUR";
-    request->carrierNumber = kApprovedCard;
-    request->clientIpAddress = "203.0.113.9";
-    return request;
-  };
-  const std::string reference = openCompletedByShopper();
-  struct Case {
-    const char* name;
-    std::function<std::optional<QPError>()> call;
-    std::string path;
-    std::vector<std::string> keys;
-  };
-  const Case cases[] = {
-      {"authorize",
-       [&] {
-         auto request = oneStep(std::make_shared<QPAuthorizeRequest>());
-         return run<QPAuthorizeResponse>([&](auto done) { api().authorize(request, done); }).error;
-       },
-       "/payment/authorize",
-       base({"savePaymentDetails", "presentationAmount", "presentationCurrCode", "carrierNumber",
-             "useDifferentBillingAddress", "clientIpAddress"})},
-      {"payToAccount",
-       [&] {
-         auto request = oneStep(std::make_shared<QPPayToAccountRequest>());
-         request->accno = "1000000002";
-         return run<QPPayToAccountResponse>([&](auto done) { api().payToAccount(request, done); }).error;
-       },
-       "/payment/payToAccount",
-       base({"accno", "savePaymentDetails", "presentationAmount", "presentationCurrCode", "carrierNumber",
-             "useDifferentBillingAddress", "clientIpAddress"})},
-      {"completeAuthorize",
-       [&] {
-         auto request = std::make_shared<QPCompleteAuthorizeRequest>();
-         request->authorizationToken = token;
-         request->useDifferentBillingAddress = true;
-         request->addr3 = "Stiege 2";
-         request->criteria = boost::json::object{{"k", "v"}};
-         return run<QPCompleteAuthorizeResponse>(
-                    [&](auto done) { api().completeAuthorize(request, reference, done); })
-             .error;
-       },
-       "/payment/" + reference + "/completeAuthorize",
-       base({"authorizationToken", "useDifferentBillingAddress", "addr3", "criteria"})},
-      {"cancel",
-       [&] {
-         auto request = std::make_shared<QPCancelRequest>();
-         request->custom2 = "c2";
-         return run<QPCancelResponse>([&](auto done) { api().cancel(request, reference, done); }).error;
-       },
-       "/payment/" + reference + "/cancel", base({"custom2"})},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    std::optional<QPError> error = c.call();
-    ASSERT_FALSE(error) << error->toString();
-    EXPECT_THAT(bodyKeys(client.sandbox.lastBody(c.path)), ElementsAreArray(c.keys));
-    EXPECT_EQ(client.sandbox.lastHeader(c.path, "X-Ip-Address"), "");
-  }
-  const boost::json::value complete =
-      boost::json::parse(client.sandbox.lastBody("/payment/" + reference + "/completeAuthorize"));
-  EXPECT_EQ(complete.at("useDifferentBillingAddress"), "true");
-  EXPECT_EQ(complete.at("criteria"), boost::json::parse(R"([{"name": "k", "value": "v"}])"));
-}
-
-TEST_F(PaymentFlow, NilArgumentsAreClientErrorsAndNothingIsSent) {
-  const std::uint64_t before = client.sandbox.requestCount();
-  std::vector<std::optional<QPError>> errors;
-  errors.push_back(
-      run<QPInitAuthorizeResponse>([&](auto done) { api().initAuthorize(nullptr, done); }).error);
-  errors.push_back(run<QPCaptureResponse>([&](auto done) {
-                     api().capture(std::make_shared<QPCaptureRequest>(), std::nullopt, done);
-                   }).error);
-  errors.push_back(run<QPGetPaymentInformationResponse>([&](auto done) {
-                     api().getPaymentInformation(nullptr, std::string("PAY1"), done);
-                   }).error);
-  for (const auto& error : errors) {
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->domain(), "brivane.client");
-    EXPECT_EQ(error->code(), 1);
-  }
-  EXPECT_EQ(client.sandbox.requestCount(), before);
 }
 
 TEST_F(PaymentFlow, ReferencesArriveAsTheyWereGiven) {

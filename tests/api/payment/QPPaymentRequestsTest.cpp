@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,242 +17,98 @@ namespace {
 
 using ::testing::ElementsAreArray;
 
-std::vector<std::string> keysOf(const QPRequestParams& params) {
-  std::vector<std::string> keys;
-  for (const auto& [key, value] : params) keys.emplace_back(key);
-  return keys;
+// The words of a text.
+std::vector<std::string> words(const char* text) {
+  std::vector<std::string> list;
+  std::istringstream in(text);
+  for (std::string word; in >> word;) list.push_back(word);
+  return list;
 }
-
-struct KeysCase {
-  const char* name;
-  std::function<std::shared_ptr<QPRequestBase>()> make;
-  std::vector<std::pair<std::string, std::string>> set;  // field name, text
-  std::vector<std::string> keys;                         // the parameters' keys, in order
-};
 
 template <class R>
 std::function<std::shared_ptr<QPRequestBase>()> make() {
   return [] { return std::make_shared<R>(); };
 }
 
-// Every field set: each request sends exactly its own keys, in order, and none of another's.
-std::vector<std::pair<std::string, std::string>> allOf(const std::vector<std::string>& names) {
-  std::vector<std::pair<std::string, std::string>> set;
-  for (const std::string& name : names) {
-    if (name == "savePaymentDetails" || name == "useDifferentBillingAddress") {
-      set.emplace_back(name, "true");
-    } else if (name.find("Amount") != std::string::npos || name.starts_with("expiry")) {
-      set.emplace_back(name, "7");
-    } else if (name == "criteria") {
-      set.emplace_back(name, R"({"a": 1})");
-    } else if (name == "mandateSignedDate") {
-      set.emplace_back(name, "2024-03-03T09:05:07");
-    } else {
-      set.emplace_back(name, "v");
-    }
-  }
-  return set;
+// A text that each field takes.
+const char* textFor(const std::string& name) {
+  if (name == "savePaymentDetails" || name == "useDifferentBillingAddress") return "true";
+  if (name.find("Amount") != std::string::npos || name.starts_with("expiry")) return "7";
+  if (name == "criteria") return R"({"a": 1})";
+  if (name == "mandateSignedDate") return "2024-03-03T09:05:07";
+  return "v";
 }
 
-const std::vector<std::string> kBase{"localDate", "localTime"};
-
-std::vector<std::string> withBase(std::vector<std::string> keys) {
-  keys.insert(keys.begin(), kBase.begin(), kBase.end());
-  return keys;
-}
-
-const std::vector<std::string> kAuthorizeKeys{"programAccno",
-                                              "accno",
-                                              "accnoType",
-                                              "paymentOptionCode",
-                                              "savePaymentDetails",
-                                              "storedPaymentOptionReference",
-                                              "invoiceReference",
-                                              "channelProductReference",
-                                              "presentationAmount",
-                                              "presentationCurrCode",
-                                              "presentationUsage",
-                                              "feeAmount",
-                                              "feeCurrCode",
-                                              "carrierNumber",
-                                              "bankCode",
-                                              "expiryMonth",
-                                              "expiryYear",
-                                              "identification",
-                                              "useDifferentBillingAddress",
-                                              "customerFullName",
-                                              "addr1",
-                                              "addr2",
-                                              "city",
-                                              "state",
-                                              "countryCode",
-                                              "postCode",
-                                              "phone",
-                                              "emailAddress",
-                                              "custom1",
-                                              "custom2",
-                                              "custom3",
-                                              "clientIpAddress",
-                                              "criteria"};
-// Pay-to-account: the one-step body without "identification" and "criteria".
-const std::vector<std::string> kPayToAccountKeys = [] {
-  std::vector<std::string> keys;
-  for (const std::string& key : kAuthorizeKeys)
-    if (key != "identification" && key != "criteria") keys.push_back(key);
-  return keys;
-}();
-const std::vector<std::string> kInitFields{"programAccno",
-                                           "accno",
-                                           "accnoType",
-                                           "storedPaymentOptionReference",
-                                           "paymentOptionCode",
-                                           "presentationAmount",
-                                           "presentationCurrCode",
-                                           "presentationUsage",
-                                           "feeAmount",
-                                           "feeCurrCode",
-                                           "useDifferentBillingAddress",
-                                           "customerFullName",
-                                           "addr1",
-                                           "addr2",
-                                           "addr3",
-                                           "houseNumber",
-                                           "city",
-                                           "state",
-                                           "countryCode",
-                                           "postCode",
-                                           "ipAddr",
-                                           "custom1",
-                                           "custom2",
-                                           "custom3",
-                                           "externalChannelReference",
-                                           "mandateReference",
-                                           "mandateSignedDate",
-                                           "criteria",
-                                           "emailAddress"};
-const std::vector<std::string> kInitKeys{"programAccno",
-                                         "accno",
-                                         "accnoType",
-                                         "paymentOptionCode",
-                                         "presentationAmount",
-                                         "storedPaymentOptionReference",
-                                         "presentationCurrCode",
-                                         "presentationUsage",
-                                         "feeAmount",
-                                         "feeCurrCode",
-                                         "useDifferentBillingAddress",
-                                         "customerFullName",
-                                         "addr1",
-                                         "addr2",
-                                         "addr3",
-                                         "houseNumber",
-                                         "city",
-                                         "state",
-                                         "countryCode",
-                                         "postCode",
-                                         "X-Ip-Address",
-                                         "custom1",
-                                         "custom2",
-                                         "custom3",
-                                         "externalChannelReference",
-                                         "mandateReference",
-                                         "emailAddress",
-                                         "mandateSignedDate",
-                                         "mandateSignedTime",
-                                         "criteria"};
-const std::vector<std::string> kCompleteKeys{"authorizationToken",
-                                             "externalChannelReference",
-                                             "useDifferentBillingAddress",
-                                             "customerFullName",
-                                             "addr1",
-                                             "addr2",
-                                             "addr3",
-                                             "houseNumber",
-                                             "city",
-                                             "state",
-                                             "countryCode",
-                                             "postCode",
-                                             "criteria"};
-const std::vector<std::string> kLmFields{"accno",
-                                         "accnoType",
-                                         "programAccno",
-                                         "depositReference",
-                                         "useDifferentBillingAddress",
-                                         "customerFullName",
-                                         "addr1",
-                                         "addr2",
-                                         "city",
-                                         "state",
-                                         "countryCode",
-                                         "postCode",
-                                         "emailAddress",
-                                         "clientIpAddress"};
-const std::vector<std::string> kLmKeys{"programAccno",
-                                       "accno",
-                                       "accnoType",
-                                       "useDifferentBillingAddress",
-                                       "customerFullName",
-                                       "addr1",
-                                       "addr2",
-                                       "city",
-                                       "state",
-                                       "countryCode",
-                                       "postCode",
-                                       "emailAddress",
-                                       "clientIpAddress"};
-const std::vector<std::string> kCaptureKeys{"modifiedAmount",
-                                            "modifiedAmountCurrCode",
-                                            "modifiedUsage",
-                                            "modifiedFeeAmount",
-                                            "modifiedFeeCurrCode",
-                                            "custom1",
-                                            "custom2",
-                                            "custom3"};
-const std::vector<std::string> kCustomKeys{"custom1", "custom2", "custom3"};
-
+// Each request sends exactly its own keys, in order, and none of another's: with nothing set, the
+// base keys and the flags that are always sent; with every field set, all of them.
 TEST(QPPaymentRequests, KeysOfEachRequestEmptyAndFull) {
-  const KeysCase cases[] = {
-      // Nothing set: only the base keys and the flags, which are always sent.
-      {"authorize empty",
-       make<QPAuthorizeRequest>(),
-       {},
-       withBase({"savePaymentDetails", "useDifferentBillingAddress"})},
-      {"payToAccount empty",
-       make<QPPayToAccountRequest>(),
-       {},
-       withBase({"savePaymentDetails", "useDifferentBillingAddress"})},
-      {"initAuthorize empty", make<QPInitAuthorizeRequest>(), {}, withBase({"useDifferentBillingAddress"})},
-      {"completeAuthorize empty",
-       make<QPCompleteAuthorizeRequest>(),
-       {},
-       withBase({"useDifferentBillingAddress"})},
-      {"lmCompleteAuthorize empty",
-       make<QPLmCompleteAuthorizeRequest>(),
-       {},
-       withBase({"useDifferentBillingAddress"})},
-      {"capture empty", make<QPCaptureRequest>(), {}, kBase},
-      {"cancel empty", make<QPCancelRequest>(), {}, kBase},
-      {"information", make<QPGetPaymentInformationRequest>(), {}, kBase},
-      // Everything set: exactly the request's own keys, in the order they are set.
-      {"authorize full", make<QPAuthorizeRequest>(), allOf(kAuthorizeKeys), withBase(kAuthorizeKeys)},
-      {"payToAccount full", make<QPPayToAccountRequest>(), allOf(kPayToAccountKeys),
-       withBase(kPayToAccountKeys)},
-      {"initAuthorize full", make<QPInitAuthorizeRequest>(), allOf(kInitFields), withBase(kInitKeys)},
-      {"completeAuthorize full", make<QPCompleteAuthorizeRequest>(), allOf(kCompleteKeys),
-       withBase(kCompleteKeys)},
-      {"lmCompleteAuthorize full (no depositReference)", make<QPLmCompleteAuthorizeRequest>(),
-       allOf(kLmFields), withBase(kLmKeys)},
-      {"capture full", make<QPCaptureRequest>(), allOf(kCaptureKeys), withBase(kCaptureKeys)},
-      {"cancel full", make<QPCancelRequest>(), allOf(kCustomKeys), withBase(kCustomKeys)},
+  const char* const authorize =
+      "programAccno accno accnoType paymentOptionCode savePaymentDetails storedPaymentOptionReference "
+      "invoiceReference channelProductReference presentationAmount presentationCurrCode presentationUsage "
+      "feeAmount feeCurrCode carrierNumber bankCode expiryMonth expiryYear identification "
+      "useDifferentBillingAddress customerFullName addr1 addr2 city state countryCode postCode phone "
+      "emailAddress custom1 custom2 custom3 clientIpAddress criteria";
+  const char* const payToAccount =  // the one-step body without "identification" and "criteria"
+      "programAccno accno accnoType paymentOptionCode savePaymentDetails storedPaymentOptionReference "
+      "invoiceReference channelProductReference presentationAmount presentationCurrCode presentationUsage "
+      "feeAmount feeCurrCode carrierNumber bankCode expiryMonth expiryYear useDifferentBillingAddress "
+      "customerFullName addr1 addr2 city state countryCode postCode phone emailAddress custom1 custom2 "
+      "custom3 clientIpAddress";
+  const char* const complete =
+      "authorizationToken externalChannelReference useDifferentBillingAddress customerFullName addr1 addr2 "
+      "addr3 houseNumber city state countryCode postCode criteria";
+  const char* const capture =
+      "modifiedAmount modifiedAmountCurrCode modifiedUsage modifiedFeeAmount modifiedFeeCurrCode custom1 "
+      "custom2 custom3";
+  struct Case {
+    const char* name;
+    std::function<std::shared_ptr<QPRequestBase>()> make;
+    const char* set;   // the fields set
+    const char* keys;  // the keys sent after localDate and localTime; nullptr: those set
+  } cases[] = {
+      {"authorize", make<QPAuthorizeRequest>(), "", "savePaymentDetails useDifferentBillingAddress"},
+      {"payToAccount", make<QPPayToAccountRequest>(), "", "savePaymentDetails useDifferentBillingAddress"},
+      {"initAuthorize", make<QPInitAuthorizeRequest>(), "", "useDifferentBillingAddress"},
+      {"completeAuthorize", make<QPCompleteAuthorizeRequest>(), "", "useDifferentBillingAddress"},
+      {"lmCompleteAuthorize", make<QPLmCompleteAuthorizeRequest>(), "", "useDifferentBillingAddress"},
+      {"capture", make<QPCaptureRequest>(), "", ""},
+      {"cancel", make<QPCancelRequest>(), "", ""},
+      {"information", make<QPGetPaymentInformationRequest>(), "", ""},
+      {"authorize, all", make<QPAuthorizeRequest>(), authorize, nullptr},
+      {"payToAccount, all", make<QPPayToAccountRequest>(), payToAccount, nullptr},
+      {"initAuthorize, all", make<QPInitAuthorizeRequest>(),
+       "programAccno accno accnoType storedPaymentOptionReference paymentOptionCode presentationAmount "
+       "presentationCurrCode presentationUsage feeAmount feeCurrCode useDifferentBillingAddress "
+       "customerFullName "
+       "addr1 addr2 addr3 houseNumber city state countryCode postCode ipAddr custom1 custom2 custom3 "
+       "externalChannelReference mandateReference mandateSignedDate criteria emailAddress",
+       "programAccno accno accnoType paymentOptionCode presentationAmount storedPaymentOptionReference "
+       "presentationCurrCode presentationUsage feeAmount feeCurrCode useDifferentBillingAddress "
+       "customerFullName "
+       "addr1 addr2 addr3 houseNumber city state countryCode postCode X-Ip-Address custom1 custom2 custom3 "
+       "externalChannelReference mandateReference emailAddress mandateSignedDate mandateSignedTime criteria"},
+      {"completeAuthorize, all", make<QPCompleteAuthorizeRequest>(), complete, nullptr},
+      {"lmCompleteAuthorize, all but depositReference", make<QPLmCompleteAuthorizeRequest>(),
+       "accno accnoType programAccno depositReference useDifferentBillingAddress customerFullName addr1 "
+       "addr2 "
+       "city state countryCode postCode emailAddress clientIpAddress",
+       "programAccno accno accnoType useDifferentBillingAddress customerFullName addr1 addr2 city state "
+       "countryCode postCode emailAddress clientIpAddress"},
+      {"capture, all", make<QPCaptureRequest>(), capture, nullptr},
+      {"cancel, all", make<QPCancelRequest>(), "custom1 custom2 custom3", nullptr},
   };
-  for (const KeysCase& c : cases) {
+  for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     auto request = c.make();
-    for (const auto& [name, text] : c.set) {
+    for (const std::string& name : words(c.set)) {
       std::string why;
-      ASSERT_TRUE(request->setField(name, text, &why)) << name << ": " << why;
+      ASSERT_TRUE(request->setField(name, textFor(name), &why)) << name << ": " << why;
     }
-    EXPECT_THAT(keysOf(request->getRequestParams()), ElementsAreArray(c.keys));
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : request->getRequestParams()) keys.emplace_back(key);
+    std::vector<std::string> expected = words(c.keys ? c.keys : c.set);
+    expected.insert(expected.begin(), {"localDate", "localTime"});
+    EXPECT_THAT(keys, ElementsAreArray(expected));
   }
 }
 
@@ -295,23 +152,19 @@ TEST(QPPaymentRequests, ValuesAreEncodedAsTheWireWantsThem) {
 
 TEST(QPPaymentRequests, FieldsTheRequestLacksAreRefusedByName) {
   const std::pair<std::function<std::shared_ptr<QPRequestBase>()>, const char*> cases[] = {
-      {make<QPInitAuthorizeRequest>(), "carrierNumber"},
-      {make<QPInitAuthorizeRequest>(), "clientIpAddress"},
-      {make<QPInitAuthorizeRequest>(), "savePaymentDetails"},
-      {make<QPInitAuthorizeRequest>(), "phone"},
-      {make<QPPayToAccountRequest>(), "identification"},
-      {make<QPPayToAccountRequest>(), "criteria"},
-      {make<QPCompleteAuthorizeRequest>(), "accno"},
-      {make<QPCompleteAuthorizeRequest>(), "presentationAmount"},
-      {make<QPLmCompleteAuthorizeRequest>(), "addr3"},
-      {make<QPLmCompleteAuthorizeRequest>(), "criteria"},
+      {make<QPInitAuthorizeRequest>(), "carrierNumber clientIpAddress savePaymentDetails phone"},
+      {make<QPPayToAccountRequest>(), "identification criteria"},
+      {make<QPCompleteAuthorizeRequest>(), "accno presentationAmount"},
+      {make<QPLmCompleteAuthorizeRequest>(), "addr3 criteria"},
       {make<QPCancelRequest>(), "modifiedAmount"},
       {make<QPAuthorizeRequest>(), "ipAddr"},
   };
-  for (const auto& [factory, name] : cases) {
-    std::string why;
-    EXPECT_FALSE(factory()->setField(name, "x", &why)) << name;
-    EXPECT_THAT(why, ::testing::HasSubstr(name));
+  for (const auto& [factory, names] : cases) {
+    for (const std::string& name : words(names)) {
+      std::string why;
+      EXPECT_FALSE(factory()->setField(name, "x", &why)) << name;
+      EXPECT_THAT(why, ::testing::HasSubstr(name));
+    }
   }
 }
 

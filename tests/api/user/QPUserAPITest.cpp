@@ -16,28 +16,12 @@
 namespace brivane {
 namespace {
 
-using test::Captured;
+using test::run;
 using test::SandboxClient;
 using ::testing::ElementsAreArray;
 using ::testing::MatchesRegex;
 
 constexpr const char* kDemo = "demo@brivane.test";
-
-template <class Response, class Start>
-Captured<Response> run(Start start) {
-  Captured<Response> captured;
-  start(captured.completion());
-  EXPECT_TRUE(captured.wait());
-  EXPECT_EQ(captured.calls, 1);
-  return captured;
-}
-
-std::vector<std::string> bodyKeys(const std::string& body) {
-  std::vector<std::string> keys;
-  const boost::json::value parsed = boost::json::parse(body);
-  for (const auto& [key, value] : parsed.as_object()) keys.emplace_back(key);
-  return keys;
-}
 
 class UserAPI : public ::testing::Test {
  protected:
@@ -85,102 +69,80 @@ class UserAPI : public ::testing::Test {
   SandboxClient client;
 };
 
-// Each operation: its method and path (the sandbox routes by both) and the keys it sends.
-TEST_F(UserAPI, WireOfEachOperation) {
-  const std::string user = "/user/demo@brivane.test";
+// Each operation's method, path and parameters, against the fake HTTP client.
+TEST(QPUserAPIWire, EachOperationsMethodPathAndParameters) {
+  using Done = QPCompletion<QPResponseBase>;
   struct Case {
-    const char* name;
-    std::function<std::optional<QPError>()> call;
-    std::string path;
-    std::vector<std::string> bodyKeys;  // empty: a GET with query items and no body
-  };
-  auto base = [](std::vector<std::string> own) {
-    own.insert(own.begin(), {"localDate", "localTime"});
-    own.insert(own.end(), {"partnerReference", "programCode"});
-    return own;
-  };
-  const Case cases[] = {
-      {"sendPasswordResetCode",
-       [&] {
-         return run<QPSendPasswordResetCodeResponse>([&](auto done) {
-                  api().sendPasswordResetCode(std::make_shared<QPSendPasswordResetCodeRequest>(), kDemo,
-                                              done);
-                })
-             .error;
+    const char* method;
+    const char* path;  // after /v1/user
+    std::function<void(const QPUserAPI&, Done)> start;
+    const char* sent;  // the parameters besides the identifying ones
+  } cases[] = {
+      {"POST", "/demo@brivane.test/sendPasswordResetCode",
+       [](auto& api, Done done) {
+         api.sendPasswordResetCode(std::make_shared<QPSendPasswordResetCodeRequest>(), kDemo, done);
        },
-       user + "/sendPasswordResetCode", base({})},
-      {"changePassword", [&] { return changePassword("Demo-Pass-1", "Demo-Pass-9"); },
-       user + "/changePassword", base({"oldPassword", "newPassword"})},
-      {"checkUserUniqueness",
-       [&] {
-         return run<QPCheckUserUniquenessResponse>([&](auto done) {
-                  api().checkUserUniqueness(std::make_shared<QPCheckUserUniquenessRequest>(), kDemo, done);
-                })
-             .error;
+       "{}"},
+      {"POST", "/demo@brivane.test/changePassword",
+       [](auto& api, Done done) {
+         api.changePassword(std::make_shared<QPChangePasswordRequest>("Demo-Pass-1", "Demo-Pass-9"), kDemo,
+                            done);
        },
-       user + "/checkUniqueness",
-       {}},
-      {"validatePassword",
-       [&] {
-         return run<QPResponseBase>([&](auto done) {
-                  api().validatePassword(std::make_shared<QPValidatePasswordRequest>("Good-Pass-1"), done);
-                })
-             .error;
+       R"({"oldPassword":"Demo-Pass-1","newPassword":"Demo-Pass-9"})"},
+      {"GET", "/demo@brivane.test/checkUniqueness",
+       [](auto& api, Done done) {
+         api.checkUserUniqueness(std::make_shared<QPCheckUserUniquenessRequest>(), kDemo, done);
        },
-       "/user/validatePassword", base({"password"})},
-      {"createSecondaryEmail (PUT)", [&] { return createSecondary("a@example.test"); },
-       user + "/secondaryEmail", base({"emailAddress"})},
-      {"getSecondaryEmails (GET)",
-       [&] {
-         secondaries();
-         return std::optional<QPError>();
+       "{}"},
+      {"POST", "/validatePassword",
+       [](auto& api, Done done) {
+         api.validatePassword(std::make_shared<QPValidatePasswordRequest>("Good-Pass-1"), done);
        },
-       user + "/secondaryEmail",
-       {}},
-      {"editSecondaryEmail (POST)", [&] { return editSecondary("a@example.test", "b@example.test"); },
-       user + "/secondaryEmail", base({"oldEmailAddress", "newEmailAddress"})},
-      {"setMainEmail", [&] { return setMain("b@example.test"); }, user + "/setMainEmail",
-       base({"emailAddress"})},
-      {"deleteSecondaryEmail (DELETE with a body)", [&] { return deleteSecondary("demo@brivane.test"); },
-       user + "/secondaryEmail", base({"emailAddress"})},
+       R"({"password":"Good-Pass-1"})"},
+      {"PUT", "/demo@brivane.test/secondaryEmail",
+       [](auto& api, Done done) {
+         api.createSecondaryEmail(std::make_shared<QPCreateSecondaryEmailRequest>("a@example.test"), kDemo,
+                                  done);
+       },
+       R"({"emailAddress":"a@example.test"})"},
+      {"GET", "/demo@brivane.test/secondaryEmail",
+       [](auto& api, Done done) {
+         api.getSecondaryEmails(std::make_shared<QPGetSecondaryEmailsRequest>(), kDemo, done);
+       },
+       "{}"},
+      {"POST", "/demo@brivane.test/secondaryEmail",
+       [](auto& api, Done done) {
+         api.editSecondaryEmail(
+             std::make_shared<QPEditSecondaryEmailRequest>("a@example.test", "b@example.test"), kDemo, done);
+       },
+       R"({"oldEmailAddress":"a@example.test","newEmailAddress":"b@example.test"})"},
+      {"POST", "/demo@brivane.test/setMainEmail",
+       [](auto& api, Done done) {
+         api.setMainEmail(std::make_shared<QPSetMainEmailRequest>("b@example.test"), kDemo, done);
+       },
+       R"({"emailAddress":"b@example.test"})"},
+      {"DELETE", "/demo@brivane.test/secondaryEmail",  // a DELETE with a body
+       [](auto& api, Done done) {
+         api.deleteSecondaryEmail(std::make_shared<QPDeleteSecondaryEmailRequest>("b@example.test"), kDemo,
+                                  done);
+       },
+       R"({"emailAddress":"b@example.test"})"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    std::optional<QPError> error = c.call();
-    ASSERT_FALSE(error) << error->toString();
-    if (c.bodyKeys.empty()) {
-      EXPECT_EQ(client.sandbox.lastBody(c.path), "");
-      EXPECT_THAT(client.sandbox.lastQuery(c.path),
-                  MatchesRegex("localDate=[0-9-]+&localTime=[0-9]{6}&partnerReference=TEST[0-9A-Za-z]{10}&"
-                               "programCode=BRIVANE"));
-    } else {
-      EXPECT_THAT(bodyKeys(client.sandbox.lastBody(c.path)), ElementsAreArray(c.bodyKeys));
-      EXPECT_EQ(client.sandbox.lastQuery(c.path), "");
-    }
+    SCOPED_TRACE(c.method + std::string(" ") + c.path);
+    test::FakeClient client;
+    client.http->respond(c.method, std::string("/user") + c.path, 200,
+                         R"({"responseCode":"0000","responseDescription":"Done"})");
+    auto captured = test::run<QPResponseBase>([&](Done done) { c.start(*client.provider->userAPI(), done); });
+    ASSERT_EQ(client.http->requests().size(), 1u);
+    const QPRecordedRequest sent = client.http->requests().front();
+    EXPECT_EQ(sent.method, c.method);
+    EXPECT_EQ(sent.url.substr(0, sent.url.find('?')), std::string("https://api.test/v1/user") + c.path);
+    EXPECT_EQ(test::sentFields(sent), c.sent);
+    EXPECT_EQ(sent.body.has_value(), c.method != std::string("GET"));
+    ASSERT_FALSE(captured.error) << captured.error->toString();
+    EXPECT_EQ(captured.response->responseDescription, "Done");
   }
-  const boost::json::value change = boost::json::parse(client.sandbox.lastBody(user + "/changePassword"));
-  EXPECT_EQ(change.at("oldPassword"), "Demo-Pass-1");
-  EXPECT_EQ(change.at("newPassword"), "Demo-Pass-9");
-}
-
-TEST_F(UserAPI, NilArgumentsAreClientErrorsAndNothingIsSent) {
-  const std::uint64_t before = client.sandbox.requestCount();
-  const std::optional<QPError> errors[] = {
-      run<QPResponseBase>([&](auto done) { api().changePassword(nullptr, kDemo, done); }).error,
-      run<QPResponseBase>([&](auto done) {
-        api().changePassword(std::make_shared<QPChangePasswordRequest>("a", "b"), std::nullopt, done);
-      }).error,
-      run<QPResponseBase>([&](auto done) { api().validatePassword(nullptr, done); }).error,
-      run<QPGetSecondaryEmailsResponse>([&](auto done) {
-        api().getSecondaryEmails(std::make_shared<QPGetSecondaryEmailsRequest>(), std::nullopt, done);
-      }).error,
-  };
-  for (const auto& error : errors) {
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->domain(), "brivane.client");
-    EXPECT_EQ(error->code(), 1);
-  }
-  EXPECT_EQ(client.sandbox.requestCount(), before);
 }
 
 TEST_F(UserAPI, UserIdsArriveAsTheyWereGiven) {
