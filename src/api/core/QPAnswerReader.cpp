@@ -28,8 +28,12 @@ class Filler {
   static constexpr std::size_t max_key_size = boost::json::string::max_size();
   static constexpr std::size_t max_string_size = boost::json::string::max_size();
 
-  Filler(QPResponseBase& response, const Table& table)
-      : response_(response), table_(table), arena_(buffer_.data(), buffer_.size()) {}
+  Filler(QPResponseBase& response, const Table& table, std::string_view body)
+      : response_(response),
+        table_(table),
+        body_(body),
+        arena_(buffer_.data(), buffer_.size()),
+        stack_(boost::json::storage_ptr(), stackBuffer_.data(), stackBuffer_.size()) {}
 
   bool declined = false;
 
@@ -78,8 +82,15 @@ class Filler {
       stack_.push_key(s);
       return true;
     }
-    key_.append(s.data(), s.size());
-    entry_ = table_.findKey(key_, &next_);
+    // A key read in one piece from the body is used where it is; one in pieces or unescaped
+    // into the parser's buffer is kept until its value has been read.
+    if (key_.empty() && s.data() >= body_.data() && s.data() + s.size() <= body_.data() + body_.size()) {
+      keyView_ = std::string_view(s.data(), s.size());
+    } else {
+      key_.append(s.data(), s.size());
+      keyView_ = key_;
+    }
+    entry_ = table_.findKey(keyView_, &next_);
     if (entry_ == nullptr) return true;
     // A key given twice leaves the document one value of it: read again the usual way.
     const auto index = static_cast<std::size_t>(entry_ - table_.entries().data());
@@ -160,7 +171,7 @@ class Filler {
       if (list_) {
         list_->element(value);
       } else {
-        fields::fillKey<QPResponseBase>(response_, entry_, key_, value, QPFillRule::SkipFailures,
+        fields::fillKey<QPResponseBase>(response_, entry_, keyView_, value, QPFillRule::SkipFailures,
                                         "QPResponseBase");
         key_.clear();
       }
@@ -171,12 +182,15 @@ class Filler {
 
   QPResponseBase& response_;
   const Table& table_;
-  std::array<unsigned char, 4096> buffer_;
+  const std::string_view body_;
+  std::array<unsigned char, 4096> buffer_;       // the values' first memory
+  std::array<unsigned char, 4096> stackBuffer_;  // the stack's, as Boost.JSON's own parse has
   boost::json::monotonic_resource arena_;
   boost::json::value_stack stack_;
   bool building_ = false;
   int depth_ = 0;
-  std::string key_;
+  std::string key_;  // a key met in pieces
+  std::string_view keyView_;
   const Table::Entry* entry_ = nullptr;
   std::size_t next_ = 0;
   std::array<std::uint64_t, 4> seen_{};  // the table's keys met so far, by index
@@ -188,7 +202,8 @@ class Filler {
 bool readResponse(QPResponseBase& response, std::string_view body) {
   fields::LogSummary summary;
   try {
-    boost::json::basic_parser<Filler> parser(boost::json::parse_options(), response, response.fieldList());
+    boost::json::basic_parser<Filler> parser(boost::json::parse_options(), response, response.fieldList(),
+                                             body);
     boost::system::error_code ec;
     const std::size_t used = parser.write_some(false, body.data(), body.size(), ec);
     if (!ec && used == body.size()) return true;

@@ -210,25 +210,41 @@ struct Codec<std::optional<std::vector<std::shared_ptr<Model>>>> {
       if (why != nullptr) *why = "expected a list, got " + jsonTypeName(value);
       return false;
     }
-    Elements list(field);
-    list.models.reserve(value.get_array().size());
-    for (const boost::json::value& element : value.get_array()) list.element(element);
-    list.finish();
+    std::vector<std::shared_ptr<Model>> models;
+    models.reserve(value.get_array().size());
+    LogSummary summary;  // one line for all the elements' failures
+    for (const boost::json::value& element : value.get_array()) models.push_back(modelOf(element));
+    field = std::move(models);
     return true;
   }
-  /// The elements one by one: each is filled into its model as it comes and may go at once.
+  static std::shared_ptr<Model> modelOf(const boost::json::value& value) {
+    auto model = std::make_shared<Model>();
+    model->initWithDictionary(value);
+    return model;
+  }
+  /// The elements one by one, as they are read: each is filled into its model and may go at
+  /// once. The models are kept in blocks until the count is known, so that the list ends with
+  /// the capacity it needs and never holds two growing copies.
   struct Elements final : ListFill {
+    static constexpr std::size_t kBlock = 1024;
     explicit Elements(Field& into) : field(into) {}
     void element(const boost::json::value& value) override {
-      auto model = std::make_shared<Model>();
-      model->initWithDictionary(value);
-      models.push_back(std::move(model));
+      if (blocks.empty() || blocks.back().size() == kBlock) blocks.emplace_back().reserve(kBlock);
+      blocks.back().push_back(modelOf(value));
     }
-    void finish() override { field = std::move(models); }
+    void finish() override {
+      std::vector<std::shared_ptr<Model>> models;
+      models.reserve(blocks.empty() ? 0 : (blocks.size() - 1) * kBlock + blocks.back().size());
+      for (auto& block : blocks) {
+        for (auto& model : block) models.push_back(std::move(model));
+        std::vector<std::shared_ptr<Model>>().swap(block);
+      }
+      field = std::move(models);
+    }
 
     Field& field;
     LogSummary summary;  // one line for all the elements' failures
-    std::vector<std::shared_ptr<Model>> models;
+    std::vector<std::vector<std::shared_ptr<Model>>> blocks;
   };
   static std::unique_ptr<ListFill> openList(Field& field) { return std::make_unique<Elements>(field); }
   static boost::json::value print(const Field& field) {
