@@ -223,6 +223,11 @@ LogSummary::LogSummary() {
   ++pendingLog.depth;
 }
 
+void LogSummary::discard() {
+  pendingLog.count = 0;
+  pendingLog.first.clear();
+}
+
 LogSummary::~LogSummary() {
   if (--pendingLog.depth > 0 || pendingLog.count == 0) return;
   std::string line = std::move(pendingLog.first);

@@ -58,6 +58,8 @@ class LogSummary {
   ~LogSummary();
   LogSummary(const LogSummary&) = delete;
   LogSummary& operator=(const LogSummary&) = delete;
+  /// Forgets the lines gathered so far (an answer read again from the start).
+  void discard();
 };
 /// True when every number in `value` is finite: JSON has no text for the others (the parser
 /// reads 1e400 as an infinity, which would print as `Infinity`).
@@ -86,6 +88,15 @@ std::string printLocalDateTime(const QPDate& date);
 /// number): the key is then left out and the rest of the request is still sent. An empty
 /// dictionary gives an empty list.
 std::optional<boost::json::value> criteriaParam(const std::optional<boost::json::object>& criteria);
+
+/// Receives a list field's elements one at a time while an answer is read, so that the whole
+/// list never exists as JSON (see `readResponse`); `finish` stores the list in its field.
+class ListFill {
+ public:
+  virtual ~ListFill() = default;
+  virtual void element(const boost::json::value& value) = 0;
+  virtual void finish() = 0;
+};
 
 template <class M>
 struct Codec;
@@ -199,17 +210,43 @@ struct Codec<std::optional<std::vector<std::shared_ptr<Model>>>> {
       if (why != nullptr) *why = "expected a list, got " + jsonTypeName(value);
       return false;
     }
-    LogSummary summary;  // one line for all the elements' failures
     std::vector<std::shared_ptr<Model>> models;
     models.reserve(value.get_array().size());
-    for (const boost::json::value& element : value.get_array()) {
-      auto model = std::make_shared<Model>();
-      model->initWithDictionary(element);
-      models.push_back(std::move(model));
-    }
+    LogSummary summary;  // one line for all the elements' failures
+    for (const boost::json::value& element : value.get_array()) models.push_back(modelOf(element));
     field = std::move(models);
     return true;
   }
+  static std::shared_ptr<Model> modelOf(const boost::json::value& value) {
+    auto model = std::make_shared<Model>();
+    model->initWithDictionary(value);
+    return model;
+  }
+  /// The elements one by one, as they are read: each is filled into its model and may go at
+  /// once. The models are kept in blocks until the count is known, so that the list ends with
+  /// the capacity it needs and never holds two growing copies.
+  struct Elements final : ListFill {
+    static constexpr std::size_t kBlock = 1024;
+    explicit Elements(Field& into) : field(into) {}
+    void element(const boost::json::value& value) override {
+      if (blocks.empty() || blocks.back().size() == kBlock) blocks.emplace_back().reserve(kBlock);
+      blocks.back().push_back(modelOf(value));
+    }
+    void finish() override {
+      std::vector<std::shared_ptr<Model>> models;
+      models.reserve(blocks.empty() ? 0 : (blocks.size() - 1) * kBlock + blocks.back().size());
+      for (auto& block : blocks) {
+        for (auto& model : block) models.push_back(std::move(model));
+        std::vector<std::shared_ptr<Model>>().swap(block);
+      }
+      field = std::move(models);
+    }
+
+    Field& field;
+    LogSummary summary;  // one line for all the elements' failures
+    std::vector<std::vector<std::shared_ptr<Model>>> blocks;
+  };
+  static std::unique_ptr<ListFill> openList(Field& field) { return std::make_unique<Elements>(field); }
   static boost::json::value print(const Field& field) {
     if (!field) return nullptr;
     boost::json::array list;
@@ -290,6 +327,8 @@ class QPFieldList {
     std::function<std::optional<boost::json::value>(const Owner&)> param;
     std::function<bool(Owner&, std::string_view, std::string*)> parse;
     bool takesNull = false;  ///< JSON null is assigned too (nested models), not skipped
+    /// For lists of models: takes the elements one at a time instead of `assign`; else empty.
+    std::function<std::unique_ptr<fields::ListFill>(Owner&)> openList;
   };
 
   QPFieldList() = default;
@@ -328,7 +367,18 @@ class QPFieldList {
           return C::parse(static_cast<Derived&>(owner).*member, text, why);
         },
         fields::takesNull<C>(),
+        openListOf<Derived, M>(member),
     };
+  }
+
+  template <class Derived, class M>
+  static std::function<std::unique_ptr<fields::ListFill>(Owner&)> openListOf(M Derived::*member) {
+    using C = fields::Codec<M>;
+    if constexpr (requires(M & field) { C::openList(field); }) {
+      return [member](Owner& owner) { return C::openList(static_cast<Derived&>(owner).*member); };
+    } else {
+      return {};
+    }
   }
 
   const std::vector<Entry>& entries() const { return entries_; }
@@ -393,6 +443,26 @@ void log(const std::string& line);
 /// Replaces the log's sink; an empty function restores the default. Returns the previous sink.
 std::function<void(const std::string&)> setLogSink(std::function<void(const std::string&)> sink);
 
+/// One key of `fill`: `value` given to `entry` (the table's entry for `key`, null when there is
+/// none). False when the rule stops the fill here.
+template <class Owner>
+bool fillKey(Owner& owner, const typename QPFieldList<Owner>::Entry* entry, std::string_view key,
+             const boost::json::value& value, QPFillRule rule, const char* className) {
+  if (value.is_null() && (entry == nullptr || !entry->takesNull)) return true;
+  std::string why;
+  if (entry == nullptr) {
+    why = "no field for key \"" + keyForLog(key) + "\" (" + jsonTypeName(value) + ")";
+  } else {
+    if (entry->assign(owner, value, &why)) return true;
+    why = "key \"" + keyForLog(key) + "\": " + why;
+  }
+  if (rule == QPFillRule::StopAtFailure) {
+    log(std::string(className) + ": " + why);
+    return false;
+  }
+  return true;
+}
+
 /// Fills `owner` from `json` by its table: every key in order, JSON null skipped (except for
 /// fields that take it, see `Entry::takesNull`). A value that is
 /// not an object fills nothing.
@@ -407,23 +477,8 @@ void fill(Owner& owner, const QPFieldList<Owner>& table, const boost::json::valu
     return;
   }
   std::size_t next = 0;
-  for (const auto& [key, value] : *object) {
-    const auto* entry = table.findKey(key, &next);
-    if (value.is_null() && (entry == nullptr || !entry->takesNull)) continue;
-    std::string why;
-    bool assigned = false;
-    if (entry == nullptr) {
-      why = "no field for key \"" + keyForLog(key) + "\" (" + jsonTypeName(value) + ")";
-    } else {
-      assigned = entry->assign(owner, value, &why);
-      if (!assigned) why = "key \"" + keyForLog(key) + "\": " + why;
-    }
-    if (assigned) continue;
-    if (rule == QPFillRule::StopAtFailure) {
-      log(std::string(className) + ": " + why);
-      return;
-    }
-  }
+  for (const auto& [key, value] : *object)
+    if (!fillKey(owner, table.findKey(key, &next), key, value, rule, className)) return;
 }
 
 }  // namespace fields

@@ -178,18 +178,21 @@ class Map final : public Step {
  public:
   void process(const std::shared_ptr<Exchange>& exchange, const Next& next, Done done) const override {
     std::weak_ptr<const QPTransportLayer> owner = exchange->owner;
-    next(exchange, [owner = std::move(owner), done = std::move(done)](Outcome&& outcome) mutable {
+    next(exchange, [owner = std::move(owner), reader = exchange->reader,
+                    done = std::move(done)](Outcome&& outcome) mutable {
       if (!outcome.result || outcome.error) return done(std::move(outcome));
-      if (outcome.result->body.size() < kLargeAnswerBytes) return read(owner, std::move(outcome), done);
+      if (outcome.result->body.size() < kLargeAnswerBytes)
+        return read(owner, reader.get(), std::move(outcome), done);
       platform::NetworkEngine::shared()->offload(
-          [owner, outcome = std::move(outcome), done = std::move(done)]() mutable {
-            read(owner, std::move(outcome), done);
-          });
+          [owner, reader = std::move(reader), outcome = std::move(outcome),
+           done = std::move(done)]() mutable { read(owner, reader.get(), std::move(outcome), done); });
     });
   }
 
  private:
-  static void read(const std::weak_ptr<const QPTransportLayer>& owner, Outcome&& outcome, const Done& done) {
+  // With a reader, a successful body is read into the family's response where it is parsed.
+  static void read(const std::weak_ptr<const QPTransportLayer>& owner, detail::AnswerReader* reader,
+                   Outcome&& outcome, const Done& done) {
     QPHttpResult& result = *outcome.result;
     std::optional<QPError> error = errors::fromNetwork(result);
     const std::string body = std::move(result.body);
@@ -197,7 +200,13 @@ class Map final : public Step {
     // Released meanwhile: the status is not judged, but a networking failure is still one.
     if (auto transport = owner.lock())
       error = transport->errorFromResponse(response ? &*response : nullptr, error, &body);
-    if (!error) outcome.json = parseJSON(body, &error);
+    if (!error) {
+      if (reader != nullptr) {
+        error = reader->read(body);
+      } else {
+        outcome.json = parseJSON(body, &error);
+      }
+    }
     outcome.error = std::move(error);
     if (response) {  // what steps above may still read of the answer: status and headers
       result.status = response->statusCode;

@@ -16,6 +16,7 @@
 
 #include <boost/json.hpp>
 
+#include "api/core/QPAnswerReader.h"
 #include "brivane/api/core/QPCallOptions.h"
 #include "brivane/api/core/QPError.h"
 #include "brivane/api/core/QPTransportLayer.h"
@@ -39,6 +40,9 @@ struct Exchange {
   const QPTransportLayer* transport = nullptr;
   std::weak_ptr<const QPTransportLayer> owner;
   std::shared_ptr<QPHttpClient> client;
+  // Reads a successful answer's body into the family's response instead of the step parsing
+  // it (the outcome then carries no JSON); none for the transport's own callers.
+  std::shared_ptr<detail::AnswerReader> reader;
   // The call's options, read once when it starts: the transport's, overridden by the scope's.
   QPCallOptions options;
 

@@ -66,6 +66,8 @@ void runPipeline(const QPTransportLayer& transport, std::shared_ptr<pipeline::Ex
   exchange->transport = &transport;
   exchange->owner = transport.weak_from_this();
   exchange->client = transport.httpClient() ? transport.httpClient() : platform::NetworkEngine::shared();
+  if (const auto* reading = completion.target<detail::ReadingCompletion>())
+    exchange->reader = reading->reader;
   exchange->options = transport.callOptions();
   if (const QPCallOptions* scoped = QPCallOptionsScope::current())
     exchange->options = exchange->options.overriddenBy(*scoped);

@@ -100,6 +100,15 @@ size_t onBody(char* data, size_t size, size_t count, void* user) {
     transfer->tooLarge = true;
     return 0;  // aborts the transfer
   }
+  if (transfer->body.empty()) {
+    // The announced length, within the limit, is taken at once: a large body is not copied
+    // from buffer to growing buffer, nor left with up to twice the room it needs.
+    curl_off_t announced = -1;
+    if (curl_easy_getinfo(transfer->easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced) == CURLE_OK &&
+        announced > 0 && static_cast<std::uint64_t>(announced) > transfer->body.capacity())
+      transfer->body.reserve(
+          std::min(static_cast<std::size_t>(announced), transfer->request.maximumResponseSize));
+  }
   transfer->body.append(data, bytes);
   return bytes;
 }

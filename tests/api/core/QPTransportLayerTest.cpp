@@ -227,7 +227,7 @@ TEST(QPTransportWire, ConsecutiveCallsCarryNothingOfTheOneBefore) {
     components.path = "/echo";
     if (!step.params) components.queryItems = std::vector<QPURLQueryItem>{{"a", "1"}};
     TransportCall call;
-    transport->loadRequestWithURLComponents(components, step.method, step.params, call.completion());
+    transport->loadRequestWithURLComponents(components, step.method, step.params, call.transport());
     ASSERT_TRUE(call.wait());
     const std::string body = client.sandbox.lastBody("/echo");
     if (step.bodyHas) {
