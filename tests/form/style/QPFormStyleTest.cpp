@@ -148,8 +148,10 @@ TEST(QPPayPalButtonStyle, WordsPerValue) {
   EXPECT_EQ(words(QPPayPalButtonStyle::initDefault()), "small gold rect paypal false");
   const std::pair<std::array<std::uint64_t, 5>, const char*> rows[] = {
       // clang-format off
-      {{0, 0, 0, 0, 0}, "small gold pill paypal true"},  {{1, 1, 1, 1, 1}, "responsive blue rect checkout false"},
-      {{2, 2, 2, 2, 2}, "responsive silver rect pay false"}, {{3, 3, 3, 3, 3}, "responsive black rect buynow false"},
+      {{0, 0, 0, 0, 0}, "small gold pill paypal true"},
+      {{1, 1, 1, 1, 1}, "responsive blue rect checkout false"},
+      {{2, 2, 2, 2, 2}, "responsive silver rect pay false"},
+      {{3, 3, 3, 3, 3}, "responsive black rect buynow false"},
       {{4, 4, 4, 4, 4}, "responsive gold rect paypal false"},
       {{UINT64_MAX, 7, UINT64_MAX, 2, UINT64_MAX}, "responsive gold rect pay false"},
       // clang-format on
