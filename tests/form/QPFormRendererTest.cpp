@@ -270,10 +270,8 @@ TEST_F(QPFormRenderTest, CardGatewayWidget) {
   EXPECT_EQ(page.paymentCode, "");
   EXPECT_EQ(page.apiURL, "http://sandbox.test/providers/payon/live/v1/");
 
-  page = render(c, {"BNKACCT"});
-  EXPECT_THAT(page.html, HasSubstr("brands=DIRECTDEBIT_SEPA\n"));
-  page = render(c, {"PAYPAL"});
-  EXPECT_THAT(page.html, HasSubstr("brands=PAYPAL\n"));
+  for (auto [option, brands] : {std::pair{"BNKACCT", "DIRECTDEBIT_SEPA"}, {"PAYPAL", "PAYPAL"}})
+    EXPECT_THAT(render(c, {option}).html, HasSubstr(std::string("brands=") + brands + "\n")) << option;
 }
 
 TEST_F(QPFormRenderTest, CardGatewayLocaleRewriting) {
