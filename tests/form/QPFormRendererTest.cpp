@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -79,66 +80,59 @@ TEST(QPFormChecks, RedirectURLIsNeededForPayUAndTheFormServiceCardProviders) {
   EXPECT_EQ(check(c, Options({"PAYU"})), "The 'redirectURL' property must be set.");
 }
 
+// The single-option check and the set check; on an unknown code in a set, check 8 names it first,
+// check 9 fails on it as well and its message wins. (PayPal without a redirect URL: see above.)
 TEST(QPFormChecks, OptionChecksAndTheSetCheckPrecedence) {
-  QPFormConfiguration payon = validConfiguration(QPPaymentProviderPayon);
-  EXPECT_EQ(check(payon, Options({"AMEX"})), "Invalid payment option AMEX for current payment provider.");
-  EXPECT_EQ(check(payon, Options({"VISA", "AMEX"})), "Unexpected set of payment options (AMEX).");
-  EXPECT_EQ(check(payon, Options({"VISA", "BNKACCT"})), "Unexpected set of payment options (BNKACCT).");
-  EXPECT_EQ(check(payon, Options({"visa"})), "Invalid payment option visa for current payment provider.");
-  EXPECT_EQ(check(payon, Options({"VISA", "MSTRCRD"})), std::nullopt);
-
-  QPFormConfiguration cyber = validConfiguration(QPPaymentProviderCyberSource);
-  // Check 8 names the unknown code first; check 9 fails on it as well and its message wins.
-  EXPECT_EQ(check(cyber, Options({"VISA", "XYZ", "AMEX"})), "Unexpected set of payment options (XYZ).");
-  EXPECT_EQ(check(cyber, Options({"VISA", "MSTRCRD", "AMEX", "DISCOVER"})), std::nullopt);
-  // A single invalid option has no set check to override it.
-  EXPECT_EQ(check(cyber, Options({"MSTRO"})), "Invalid payment option MSTRO for current payment provider.");
-
-  QPFormConfiguration paypal = validConfiguration(QPPaymentProviderPayPal);
-  paypal.redirectURL.reset();
-  EXPECT_EQ(check(paypal, Options({"PAYPAL"})), std::nullopt);
-  EXPECT_EQ(check(paypal, Options({"PAYPAL", "PAYPAL"})), "Unexpected set of payment options (PAYPAL).");
-
-  QPFormConfiguration unknown = validConfiguration(8);
-  EXPECT_EQ(check(unknown, Options({"VISA"})), "Invalid payment option VISA for current payment provider.");
+  const std::string invalid = "Invalid payment option ", forProvider = " for current payment provider.";
+  const std::string set = "Unexpected set of payment options (";
+  const struct {
+    std::uint64_t provider;
+    std::vector<std::string> options;
+    std::optional<std::string> expected;
+  } rows[] = {
+      // clang-format off
+      {0, {"AMEX"}, invalid + "AMEX" + forProvider},     {0, {"VISA", "AMEX"}, set + "AMEX)."},
+      {0, {"VISA", "BNKACCT"}, set + "BNKACCT)."},        {0, {"visa"}, invalid + "visa" + forProvider},
+      {0, {"VISA", "MSTRCRD"}, std::nullopt},            {3, {"VISA", "XYZ", "AMEX"}, set + "XYZ)."},
+      {3, {"VISA", "MSTRCRD", "AMEX", "DISCOVER"}, {}},  {3, {"MSTRO"}, invalid + "MSTRO" + forProvider},
+      {2, {"PAYPAL"}, std::nullopt},                     {2, {"PAYPAL", "PAYPAL"}, set + "PAYPAL)."},
+      {8, {"VISA"}, invalid + "VISA" + forProvider},
+      // clang-format on
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(check(validConfiguration(row.provider), row.options), row.expected) << row.provider;
 }
 
 TEST(QPFormChecks, OptionTablesPerProvider) {
-  const std::vector<std::string> all = {"VISA",   "MSTRCRD", "BNKACCT", "PAYU",
-                                        "PAYPAL", "AMEX",    "MSTRO",   "DISCOVER"};
-  auto accepted = [&all](bool (*test)(std::uint64_t, const std::string&), std::uint64_t provider) {
-    std::vector<std::string> codes;
-    for (const std::string& code : all)
-      if (test(provider, code)) codes.push_back(code);
-    return codes;
-  };
   using V = std::vector<std::string>;
-  auto single = &QPFormRenderer::isPaymentOptionValid;
-  auto set = &QPFormRenderer::isPaymentOptionCodeValidInSet;
-  EXPECT_EQ(accepted(single, 0), (V{"VISA", "MSTRCRD", "BNKACCT", "PAYPAL"}));
-  EXPECT_EQ(accepted(set, 0), (V{"VISA", "MSTRCRD"}));
-  EXPECT_EQ(accepted(single, 1), (V{"PAYU"}));
-  EXPECT_EQ(accepted(set, 1), V{});
-  EXPECT_EQ(accepted(single, 2), (V{"PAYPAL"}));
-  EXPECT_EQ(accepted(set, 2), V{});
-  for (std::uint64_t provider : {3u, 4u}) {
-    EXPECT_EQ(accepted(single, provider), (V{"VISA", "MSTRCRD", "AMEX", "DISCOVER"}));
-    EXPECT_EQ(accepted(set, provider), (V{"VISA", "MSTRCRD", "AMEX", "DISCOVER"}));
+  const V all = {"VISA", "MSTRCRD", "BNKACCT", "PAYU", "PAYPAL", "AMEX", "MSTRO", "DISCOVER"};
+  const V card = {"VISA", "MSTRCRD", "AMEX", "DISCOVER"},
+          vesta = {"VISA", "MSTRCRD", "AMEX", "MSTRO", "DISCOVER"};
+  const V payonSingle = {"VISA", "MSTRCRD", "BNKACCT", "PAYPAL"}, payonSet = {"VISA", "MSTRCRD"};
+  const struct {
+    std::uint64_t provider;
+    V single, set;  // the codes each check accepts
+  } rows[] = {
+      // clang-format off
+      {0, payonSingle, payonSet}, {1, {"PAYU"}, {}}, {2, {"PAYPAL"}, {}}, {3, card, card}, {4, card, card},
+      {5, vesta, vesta}, {6, {"BNKACCT"}, {"BNKACCT"}}, {7, payonSingle, payonSet}, {8, {}, {}},
+      // clang-format on
+  };
+  for (const auto& row : rows) {
+    V single, set;
+    for (const std::string& code : all) {
+      if (QPFormRenderer::isPaymentOptionValid(row.provider, code)) single.push_back(code);
+      if (QPFormRenderer::isPaymentOptionCodeValidInSet(row.provider, code)) set.push_back(code);
+    }
+    EXPECT_EQ(single, row.single) << row.provider;
+    EXPECT_EQ(set, row.set) << row.provider;
   }
-  EXPECT_EQ(accepted(single, 5), (V{"VISA", "MSTRCRD", "AMEX", "MSTRO", "DISCOVER"}));
-  EXPECT_EQ(accepted(set, 5), (V{"VISA", "MSTRCRD", "AMEX", "MSTRO", "DISCOVER"}));
-  EXPECT_EQ(accepted(single, 6), (V{"BNKACCT"}));
-  EXPECT_EQ(accepted(set, 6), (V{"BNKACCT"}));
-  EXPECT_EQ(accepted(single, 7), accepted(single, 0));
-  EXPECT_EQ(accepted(set, 7), accepted(set, 0));
-  EXPECT_EQ(accepted(single, 8), V{});
-  EXPECT_EQ(accepted(set, 8), V{});
 }
 
 TEST(QPFormChecks, SmallConversions) {
-  EXPECT_EQ(QPFormRenderer::normalizedApiURL("https://a/b"), "https://a/b/");
-  EXPECT_EQ(QPFormRenderer::normalizedApiURL("https://a/b/"), "https://a/b/");
-  EXPECT_EQ(QPFormRenderer::normalizedApiURL(""), "/");
+  for (auto [url, expected] :
+       {std::pair{"https://a/b", "https://a/b/"}, {"https://a/b/", "https://a/b/"}, {"", "/"}})
+    EXPECT_EQ(QPFormRenderer::normalizedApiURL(url), expected) << url;
   const char* codes[] = {"VISA", "MSTRCRD", "BNKACCT", "PAYU", "PAYPAL", "AMEX", "MSTRO", "DISCOVER"};
   for (int i = 0; i < 8; ++i) EXPECT_EQ(QPFormRenderer::paymentOptionCodeForNumber(i), codes[i]);
   EXPECT_EQ(QPFormRenderer::paymentOptionCodeForNumber(8), "");
@@ -152,15 +146,16 @@ TEST(QPFormChecks, SmallConversions) {
 }
 
 TEST(QPFormText, ReplacementIgnoresLetterCaseAndDoesNotRescanItsOutput) {
-  std::string text = "a {{{Token}}} b {{{TOKEN}}} c {{{token}}}";
-  QPFormRenderer::replaceAllIgnoringCase(text, "{{{token}}}", "x");
-  EXPECT_EQ(text, "a x b x c x");
-  text = "aaa";
-  QPFormRenderer::replaceAllIgnoringCase(text, "a", "aa");
-  EXPECT_EQ(text, "aaaaaa");
-  text = "no match";
-  QPFormRenderer::replaceAllIgnoringCase(text, "{{{x}}}", "y");
-  EXPECT_EQ(text, "no match");
+  const std::array<const char*, 4> replacements[] = {
+      // text, needle, replacement, result
+      {"a {{{Token}}} b {{{TOKEN}}} c {{{token}}}", "{{{token}}}", "x", "a x b x c x"},
+      {"aaa", "a", "aa", "aaaaaa"},
+      {"no match", "{{{x}}}", "y", "no match"}};
+  for (const auto& [before, needle, replacement, after] : replacements) {
+    std::string text = before;
+    QPFormRenderer::replaceAllIgnoringCase(text, needle, replacement);
+    EXPECT_EQ(text, after) << before;
+  }
   EXPECT_EQ(QPFormRenderer::findIgnoringCase("abcABC", "Bc", 2), 4u);
   EXPECT_EQ(QPFormRenderer::findIgnoringCase("ab", "abc"), std::string::npos);
   EXPECT_EQ(QPFormRenderer::findIgnoringCase("ab", ""), std::string::npos);
@@ -168,32 +163,34 @@ TEST(QPFormText, ReplacementIgnoresLetterCaseAndDoesNotRescanItsOutput) {
 
 TEST(QPFormText, SectionSwitch) {
   const std::string page = "A{{#s}}B{{/s}}C{{#s}}D{{/s}}E";
-  std::string text = page;
-  QPPaymentForm::setHtmlPartWithName("{{#s}}", text, true);
-  EXPECT_EQ(text, "ABCDE");
-  text = page;
-  QPPaymentForm::setHtmlPartWithName("{{#s}}", text, false);
-  EXPECT_EQ(text, "AC{{#s}}D{{/s}}E");  // one section only
-  text = "A{{#S}}B{{/s}}C";
-  QPPaymentForm::setHtmlPartWithName("{{#s}}", text, false);
-  EXPECT_EQ(text, "AC");
-  for (std::string unchanged : {"A{{#s}}B", "A{{/s}}B{{#s}}C", "plain"}) {
-    std::string copy = unchanged;
-    QPPaymentForm::setHtmlPartWithName("{{#s}}", copy, false);
-    EXPECT_EQ(copy, unchanged);
-    QPPaymentForm::setHtmlPartWithName("{{#s}}", copy, true);
-    EXPECT_EQ(copy, unchanged);
+  const struct {
+    std::string text;
+    bool show;
+    const char* expected;
+  } rows[] = {
+      // clang-format off
+      {page, true, "ABCDE"}, {page, false, "AC{{#s}}D{{/s}}E"},  // hiding: one section only
+      {"A{{#S}}B{{/s}}C", false, "AC"}, {"A{{#s}}B", false, "A{{#s}}B"}, {"A{{#s}}B", true, "A{{#s}}B"},
+      {"A{{/s}}B{{#s}}C", false, "A{{/s}}B{{#s}}C"}, {"A{{/s}}B{{#s}}C", true, "A{{/s}}B{{#s}}C"},
+      {"plain", false, "plain"}, {"plain", true, "plain"},
+      // clang-format on
+  };
+  for (const auto& row : rows) {
+    std::string text = row.text;
+    QPPaymentForm::setHtmlPartWithName("{{#s}}", text, row.show);
+    EXPECT_EQ(text, row.expected) << row.text << " " << row.show;
   }
 }
 
 TEST(QPFormText, PayUURLCarriesTheCurrentLanguage) {
-  EXPECT_EQ(QPFormRenderer::payUURL("https://payu.example/p?lang=pl&order=7&x=1", "de"),
-            "https://payu.example/p?lang=de&order=7&x=1");
-  EXPECT_EQ(QPFormRenderer::payUURL("https://payu.example/p?order=7&lang=pl", "de"),
-            "https://payu.example/p?order=7&lang=de");
-  EXPECT_EQ(QPFormRenderer::payUURL("https://payu.example/p", "fr"), "https://payu.example/p?lang=fr");
-  EXPECT_EQ(QPFormRenderer::payUURL("https://payu.example/p?order=7", "fr"),
-            "https://payu.example/p?order=7&lang=fr");
+  const std::array<const char*, 3> rows[] = {
+      // URL, language, result
+      {"https://payu.example/p?lang=pl&order=7&x=1", "de", "https://payu.example/p?lang=de&order=7&x=1"},
+      {"https://payu.example/p?order=7&lang=pl", "de", "https://payu.example/p?order=7&lang=de"},
+      {"https://payu.example/p", "fr", "https://payu.example/p?lang=fr"},
+      {"https://payu.example/p?order=7", "fr", "https://payu.example/p?order=7&lang=fr"}};
+  for (const auto& [url, language, expected] : rows)
+    EXPECT_EQ(QPFormRenderer::payUURL(url, language), expected);
 }
 
 // Every piece occurs in the page.
@@ -273,10 +270,8 @@ TEST_F(QPFormRenderTest, CardGatewayWidget) {
   EXPECT_EQ(page.paymentCode, "");
   EXPECT_EQ(page.apiURL, "http://sandbox.test/providers/payon/live/v1/");
 
-  page = render(c, {"BNKACCT"});
-  EXPECT_THAT(page.html, HasSubstr("brands=DIRECTDEBIT_SEPA\n"));
-  page = render(c, {"PAYPAL"});
-  EXPECT_THAT(page.html, HasSubstr("brands=PAYPAL\n"));
+  for (auto [option, brands] : {std::pair{"BNKACCT", "DIRECTDEBIT_SEPA"}, {"PAYPAL", "PAYPAL"}})
+    EXPECT_THAT(render(c, {option}).html, HasSubstr(std::string("brands=") + brands + "\n")) << option;
 }
 
 TEST_F(QPFormRenderTest, CardGatewayLocaleRewriting) {
@@ -374,30 +369,21 @@ TEST_F(QPFormRenderTest, PayULoadsTheTokenAsURL) {
   EXPECT_EQ(page.paymentCode, "PAYU");
 }
 
-TEST_F(QPFormRenderTest, FormHeightFallsBackToTheScreen) {
-  environment_.viewHeight = 0.5;
-  EXPECT_THAT(render(validConfiguration(), {"VISA"}).html, HasSubstr("height=900px\n"));
-  environment_.viewHeight = 1.0;
-  EXPECT_THAT(render(validConfiguration(), {"VISA"}).html, HasSubstr("height=1px\n"));
-}
-
+// The view's height when it is at least one pixel, else the screen's; whole pixels, clamped.
 TEST_F(QPFormRenderTest, AnyHeightGivesWholePixels) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  struct Case {
-    double view;
-    double screen;
+  const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+  const struct {
+    double view, screen;
     const char* expected;
   } cases[] = {
-      {-1.7e308, 900, "height=900px\n"},
-      {-1.7e308, -1.7e308, "height=0px\n"},
-      {-std::numeric_limits<double>::infinity(), -1, "height=0px\n"},
-      {0, 1e300, "height=1048576px\n"},
-      {1e300, 0, "height=1048576px\n"},
-      {nan, 900, "height=0px\n"},
-      {0, nan, "height=0px\n"},
+      // clang-format off
+      {0.5, 900, "height=900px\n"}, {1.0, 900, "height=1px\n"}, {-1.7e308, 900, "height=900px\n"},
+      {-1.7e308, -1.7e308, "height=0px\n"}, {-inf, -1, "height=0px\n"}, {0, 1e300, "height=1048576px\n"},
+      {1e300, 0, "height=1048576px\n"}, {nan, 900, "height=0px\n"}, {0, nan, "height=0px\n"},
       {2.5e9, 0, "height=1048576px\n"},
+      // clang-format on
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     environment_.viewHeight = c.view;
     environment_.screenHeight = c.screen;
     EXPECT_THAT(render(validConfiguration(), {"VISA"}).html, HasSubstr(c.expected))
@@ -435,12 +421,8 @@ TEST_F(QPFormRenderTest, ControlCharactersAndLineTerminatorsAreEscapedInScripts)
 
 TEST_F(QPFormRenderTest, MissingTemplateIsFileNotFound) {
   std::filesystem::remove(directory_ / "cybersource_form.html");
-  try {
-    render(validConfiguration(QPPaymentProviderSepa), {"BNKACCT"});
-    FAIL() << "no exception";
-  } catch (const std::invalid_argument& error) {
-    EXPECT_STREQ(error.what(), "file not found");
-  }
+  EXPECT_THAT([&] { render(validConfiguration(QPPaymentProviderSepa), {"BNKACCT"}); },
+              ::testing::ThrowsMessage<std::invalid_argument>(::testing::StrEq("file not found")));
   EXPECT_NO_THROW(render(validConfiguration(QPPaymentProviderPayon), {"VISA"}));
 }
 

@@ -20,12 +20,12 @@ TEST(QPBorderSideStyle, SizeIsTruncatedAndMarksTheSide) {
   QPBorderSideStyle side;
   EXPECT_FALSE(side.isObjSet());
   EXPECT_EQ(side.size(), 18446744073709551615ULL);
-  const std::pair<double, std::uint64_t> sizes[] = {{2.99, 2},
-                                                    {-0.5, 0},
-                                                    {-7, 0},
-                                                    {NAN, 0},
-                                                    {1e30, QPBorderSideStyle::kUnsetSize},
-                                                    {9007199254740992.0, 9007199254740992ULL}};
+  const std::pair<double, std::uint64_t> sizes[] = {
+      // clang-format off
+      {2.99, 2}, {-0.5, 0}, {-7, 0}, {NAN, 0}, {1e30, 18446744073709551615ULL},
+      {9007199254740992.0, 9007199254740992ULL},
+      // clang-format on
+  };
   for (const auto& [size, expected] : sizes) {
     side.setSize(size);
     EXPECT_TRUE(side.isObjSet());

@@ -21,10 +21,7 @@ TEST(QPFontStyle, EachFieldMakesItSet) {
   sized.setTextSize(16.0000001);
   coloured.setTextColor(QPColor::black());
   styled.setTextStyle(1);  // a meaningless bit still counts as a change
-  EXPECT_TRUE(named.isObjSet());
-  EXPECT_TRUE(sized.isObjSet());
-  EXPECT_TRUE(coloured.isObjSet());
-  EXPECT_TRUE(styled.isObjSet());
+  for (const QPFontStyle* font : {&named, &sized, &coloured, &styled}) EXPECT_TRUE(font->isObjSet());
 
   restored.setTextSize(16.0);
   restored.setFontName(std::nullopt);
@@ -49,14 +46,18 @@ TEST(QPFontStyle, FullCssInDeclarationOrder) {
 }
 
 TEST(QPFontStyle, OnlyBitsTwoAndFourCount) {
+  const std::string base = "font-size: 16.000000px !important; font-weight: normal !important; ";
+  const std::string bold = "font-weight: bold !important; ", italic = "font-style: italic !important; ";
+  const std::pair<std::int64_t, std::string> rows[] = {
+      {1 | 8 | 16, base}, {4, base + italic}, {-1, base + bold + italic}};
+  for (const auto& [bits, expected] : rows) {
+    QPFontStyle font;
+    font.setTextStyle(bits);
+    EXPECT_EQ(font.css(), expected) << bits;
+  }
   QPFontStyle font;
-  font.setTextStyle(1 | 8 | 16);
-  EXPECT_EQ(font.css(), "font-size: 16.000000px !important; font-weight: normal !important; ");
   font.setTextStyle(4);
   EXPECT_EQ(font.json(), "'font-size': '16.000000px', 'font-weight': 'normal', 'font-style': 'italic', ");
-  font.setTextStyle(-1);  // all bits
-  EXPECT_NE(font.css().find("bold"), std::string::npos);
-  EXPECT_NE(font.css().find("italic"), std::string::npos);
 }
 
 TEST(QPFontStyle, SizePrintsAsPercentF) {
@@ -103,9 +104,6 @@ TEST(QPStyleNames, QuotesAndBracesInNamesStayInsideTheirPlace) {
     EXPECT_EQ(font.css().substr(0, font.css().find("font-size")), c.expected) << c.fontName;
   }
 
-  QPInputStyle plain;
-  plain.setClassName("wpwl-group");
-  EXPECT_NE(plain.cssForProvider(0).find(".wpwl-label{"), std::string::npos);
   QPInputStyle hostile;
   hostile.setClassName("a{}body{background:red}.group");
   const std::string css = hostile.cssForProvider(0);

@@ -78,6 +78,7 @@ TEST(QPFormStyleJSON, GoesThroughTheSettersQuirksIncluded) {
 
 TEST(QPFormStyleJSON, ErrorsNameThePathAndTheProblem) {
   const std::pair<const char*, const char*> cases[] = {
+      // clang-format off
       {R"({"paymentFormInputStyle": {"editTextBorderStyle": {"leftBorderStyle": {"size": "2"}}}})",
        "paymentFormInputStyle.editTextBorderStyle.leftBorderStyle.size: expected a number"},
       {R"({"paymentFormInputStyle": {"colour": 1}})",
@@ -98,10 +99,9 @@ TEST(QPFormStyleJSON, ErrorsNameThePathAndTheProblem) {
       {R"({"paypalButtonStyle": {"buttonSize": -1}})",
        "paypalButtonStyle.buttonSize: expected a non-negative integer"},
       {R"({"paymentFormShowCVVHint": null})", "paymentFormShowCVVHint: expected true or false"},
-      {"[]", "style description: expected a JSON object"},
-      {"", "invalid JSON at line 1, column 1"},
-      {"{\n  \"a\": tru\n}", "invalid JSON at line 2, column "},
-      {"{} {}", "invalid JSON at line 1, column "},
+      {"[]", "style description: expected a JSON object"}, {"", "invalid JSON at line 1, column 1"},
+      {"{\n  \"a\": tru\n}", "invalid JSON at line 2, column "}, {"{} {}", "invalid JSON at line 1, column "},
+      // clang-format on
   };
   for (const auto& [text, expected] : cases) {
     const QPFormStyleLoadResult loaded = formStyleFromJSON(text);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
 #include "brivane/form/style/QPFormStyle.h"
@@ -136,31 +137,27 @@ TEST(QPFormStylePlaceholders, FallBackToTheGeneralStyle) {
             "'font-size': '16.000000px', 'font-weight': 'normal', 'opacity': '0', ");
 }
 
-TEST(QPPayPalButtonStyle, WordsPerValue) {
-  QPPayPalButtonStyle plain;
-  EXPECT_EQ(plain.getButtonSizeAsString() + plain.getButtonColorAsString() + plain.getButtonShapeAsString() +
-                plain.getButtonLabelAsString() + plain.getButtonTaglineAsString(),
-            "smallgoldpillpaypaltrue");
-  const QPPayPalButtonStyle byDefault = QPPayPalButtonStyle::initDefault();
-  EXPECT_EQ(byDefault.getButtonSizeAsString() + byDefault.getButtonColorAsString() +
-                byDefault.getButtonShapeAsString() + byDefault.getButtonLabelAsString() +
-                byDefault.getButtonTaglineAsString(),
-            "smallgoldrectpaypalfalse");
+std::string words(const QPPayPalButtonStyle& b) {
+  return b.getButtonSizeAsString() + " " + b.getButtonColorAsString() + " " + b.getButtonShapeAsString() +
+         " " + b.getButtonLabelAsString() + " " + b.getButtonTaglineAsString();
+}
 
-  const char* colours[] = {"gold", "blue", "silver", "black", "gold"};
-  const char* labels[] = {"paypal", "checkout", "pay", "buynow", "paypal"};
-  for (std::uint64_t value = 0; value < 5; ++value) {
-    QPPayPalButtonStyle button(value, value, value, value, value);
-    EXPECT_EQ(button.getButtonColorAsString(), colours[value]);
-    EXPECT_EQ(button.getButtonLabelAsString(), labels[value]);
-    EXPECT_EQ(button.getButtonSizeAsString(), value == 0 ? "small" : "responsive");
-    EXPECT_EQ(button.getButtonShapeAsString(), value == 0 ? "pill" : "rect");
-    EXPECT_EQ(button.getButtonTaglineAsString(), value == 0 ? "true" : "false");
-  }
-  QPPayPalButtonStyle far(UINT64_MAX, 7, UINT64_MAX, 2, UINT64_MAX);
-  EXPECT_EQ(far.getButtonColorAsString(), "gold");
-  EXPECT_EQ(far.getButtonLabelAsString(), "pay");
-  EXPECT_EQ(far.getButtonTaglineAsString(), "false");
+// Size, colour, shape, label and tagline; values beyond a list fall back to its first word.
+TEST(QPPayPalButtonStyle, WordsPerValue) {
+  EXPECT_EQ(words(QPPayPalButtonStyle()), "small gold pill paypal true");
+  EXPECT_EQ(words(QPPayPalButtonStyle::initDefault()), "small gold rect paypal false");
+  const std::pair<std::array<std::uint64_t, 5>, const char*> rows[] = {
+      // clang-format off
+      {{0, 0, 0, 0, 0}, "small gold pill paypal true"},
+      {{1, 1, 1, 1, 1}, "responsive blue rect checkout false"},
+      {{2, 2, 2, 2, 2}, "responsive silver rect pay false"},
+      {{3, 3, 3, 3, 3}, "responsive black rect buynow false"},
+      {{4, 4, 4, 4, 4}, "responsive gold rect paypal false"},
+      {{UINT64_MAX, 7, UINT64_MAX, 2, UINT64_MAX}, "responsive gold rect pay false"},
+      // clang-format on
+  };
+  for (const auto& [v, expected] : rows)
+    EXPECT_EQ(words(QPPayPalButtonStyle(v[0], v[1], v[2], v[3], v[4])), expected) << v[0] << " " << v[1];
 }
 
 }  // namespace

@@ -58,23 +58,21 @@ TEST(QPInputStyleCss, UnsetFragmentsAreLeftOutButCreated) {
   EXPECT_EQ(fresh.labelFontStyle(), label);
 }
 
+// The form service's card pages have no placeholder rule; the PCI page has no margins either.
 TEST(QPInputStyleCss, ProviderShapesTheRules) {
-  for (std::int64_t provider : {4, 5}) {
-    QPInputStyle input;
-    EXPECT_EQ(input.cssForProvider(provider),
-              ".qp-label{ margin-top: 16px;}\n.qp-label:not(:first-child){ "
-              "margin-top: 16px;}\n.qp-control, .qp-wrapper {background: "
-              "transparent; margin-top: 4px;}\n[class*=\"qp-hint\"]{margin-top: 4px;}")
-        << provider;
-  }
-  QPInputStyle pci;
-  EXPECT_EQ(
-      pci.cssForProvider(7),
+  const std::string plain = plainGroup("qp-label", "qp-control", "qp-wrapper", "qp-hint");
+  const std::string noPlaceholder =
+      ".qp-label{ margin-top: 16px;}\n.qp-label:not(:first-child){ margin-top: 16px;}\n.qp-control, "
+      ".qp-wrapper "
+      "{background: transparent; margin-top: 4px;}\n[class*=\"qp-hint\"]{margin-top: 4px;}";
+  const std::string pci =
       ".qp-label{ }\n.qp-label:not(:first-child){ }\n.qp-control, .qp-wrapper {background: transparent; "
-      "}\n[class*=\"qp-hint\"]{}");
-  for (std::int64_t provider : {3, 6}) {
+      "}\n[class*=\"qp-hint\"]{}";
+  const std::pair<std::int64_t, std::string> rows[] = {
+      {3, plain}, {4, noPlaceholder}, {5, noPlaceholder}, {6, plain}, {7, pci}};
+  for (const auto& [provider, expected] : rows) {
     QPInputStyle input;
-    EXPECT_EQ(input.cssForProvider(provider), plainGroup("qp-label", "qp-control", "qp-wrapper", "qp-hint"));
+    EXPECT_EQ(input.cssForProvider(provider), expected) << provider;
   }
 }
 
@@ -84,24 +82,16 @@ TEST(QPInputStyleClassName, AdjustedPerProvider) {
     std::optional<std::string> before;
     std::optional<std::string> after;
   };
+  const auto none = std::nullopt;
   const Case cases[] = {
-      {0, "", "wpwl-group"},
-      {0, std::nullopt, "wpwl-group"},
-      {0, "wpwl-group-cvv", "wpwl-group-cvv"},
-      {1, "", ""},
-      {2, std::nullopt, std::nullopt},
-      {1, "wpwl-group-cvv", "wpwl-group-cvv"},
-      {2, "wpwl-group-accountIban", "wpwl-group-accountIban"},
-      {3, "", "qp-group"},
-      {4, std::nullopt, "qp-group"},
-      {5, "wpwl-group-cvv", "qp-group-cvv"},
-      {7, "wpwl-a wpwl-b", "qp-a qp-b"},
-      {3, "wpwl-group-accountIban", "qp-group-accountIban"},
-      {6, "wpwl-group-accountIban", "qp-group-iban"},
-      {6, "accountIbanaccountIban", "ibaniban"},
-      {6, std::nullopt, "qp-group"},
-      {8, "wpwl-group", "wpwl-group"},
-      {-1, "", ""},
+      // clang-format off
+      {0, "", "wpwl-group"}, {0, none, "wpwl-group"}, {0, "wpwl-group-cvv", "wpwl-group-cvv"}, {1, "", ""},
+      {2, none, none}, {1, "wpwl-group-cvv", "wpwl-group-cvv"}, {3, "", "qp-group"}, {4, none, "qp-group"},
+      {2, "wpwl-group-accountIban", "wpwl-group-accountIban"}, {5, "wpwl-group-cvv", "qp-group-cvv"},
+      {7, "wpwl-a wpwl-b", "qp-a qp-b"}, {3, "wpwl-group-accountIban", "qp-group-accountIban"},
+      {6, "wpwl-group-accountIban", "qp-group-iban"}, {6, "accountIbanaccountIban", "ibaniban"},
+      {6, none, "qp-group"}, {8, "wpwl-group", "wpwl-group"}, {-1, "", ""},
+      // clang-format on
   };
   for (const Case& c : cases) {
     QPInputStyle input;
