@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -52,20 +51,12 @@ TEST(QPJSONParse, ReadsEveryDocumentAsTheDefaultParserDoes) {
   std::string lengths = "[";
   for (int n = 0; n <= 3000; n += 7) lengths += std::string(n ? "," : "") + '"' + std::string(n, 'x') + '"';
   lengths += "]";
-  const std::string cases[] = {
-      "{}",
-      "[]",
-      R"("just text")",
-      "12",
-      "-1.5e3",
-      "true",
-      "null",
-      R"({"a":{"b":{"c":[1,[2,[3,{"d":"\u00e9\ud83d\ude00"}]]]}}})",
-      R"({"key":1,"key":2})",
-      lengths,                                            // strings of every length up to 3,000 bytes
-      R"({"blob":")" + std::string(400000, 'b') + "\"}",  // one string larger than a block
-      listOfEntries(20000),                               // a document over many blocks
-  };
+  std::vector<std::string> cases = {"{}", "[]", "\"just text\"", "12", "-1.5e3", "true", "null"};
+  // Deep nesting and escapes, a repeated key, strings of every length up to 3,000 bytes, one string
+  // larger than a block, a document over many blocks.
+  cases.insert(cases.end(),
+               {R"({"a":{"b":{"c":[1,[2,[3,{"d":"\u00e9\ud83d\ude00"}]]]}}})", R"({"key":1,"key":2})",
+                lengths, R"({"blob":")" + std::string(400000, 'b') + "\"}", listOfEntries(20000)});
   for (const std::string& body : cases) {
     std::optional<QPError> error;
     std::optional<boost::json::value> parsed = parseJSON(body, &error);
@@ -76,89 +67,59 @@ TEST(QPJSONParse, ReadsEveryDocumentAsTheDefaultParserDoes) {
 }
 
 TEST(QPJSONParse, RefusesWhatIsNotJSONWithAJSONError) {
-  struct Case {
-    std::string body;
-    std::string description;  // its beginning
-  } cases[] = {
-      {"", "The answer has no body to read as JSON."},
-      {"not json", "The answer is not valid JSON: "},
-      {R"({"a":)", "The answer is not valid JSON: "},
-      {"[1,2", "The answer is not valid JSON: "},
-      {"{} {}", "The answer is not valid JSON: "},
-      {"[" + std::string(300000, '1') + ",x]", "The answer is not valid JSON: "},
-  };
-  for (const Case& c : cases) {
+  for (const std::string& body :
+       {std::string(), std::string("not json"), std::string(R"({"a":)"), std::string("[1,2"),
+        std::string("{} {}"), "[" + std::string(300000, '1') + ",x]"}) {
+    SCOPED_TRACE(body.substr(0, 60));
     std::optional<QPError> error;
-    EXPECT_FALSE(parseJSON(c.body, &error)) << c.body.substr(0, 60);
-    ASSERT_TRUE(error) << c.body.substr(0, 60);
+    EXPECT_FALSE(parseJSON(body, &error));
+    ASSERT_TRUE(error);
     EXPECT_EQ(error->domain(), QPErrorDomainJSON);
     EXPECT_NE(error->code(), 0);
-    EXPECT_THAT(error->description().value_or(""), StartsWith(c.description));
-    EXPECT_FALSE(parseJSON(c.body, nullptr));  // no error wanted: none written
+    EXPECT_THAT(error->description().value_or(""),
+                StartsWith(body.empty() ? "The answer has no body to read as JSON."
+                                        : "The answer is not valid JSON: "));
+    EXPECT_FALSE(parseJSON(body, nullptr));  // no error wanted: none written
   }
 }
 
-// Fields that keep JSON from an answer copy it out of the document: after the document (and its
-// arena) is gone the value is intact and lives in the default heap.
+// Fills an R from the parsed `body`, drops the document (and its arena), and expects the value
+// `pick` finds in R intact, equal to `expected` and in the default heap.
+template <class R, class Pick>
+void expectKeptAfterTheDocument(const std::string& body, Pick pick, const std::string& expected) {
+  SCOPED_TRACE(body.substr(0, 60));
+  std::optional<boost::json::value> document = parseJSON(body, nullptr);
+  ASSERT_TRUE(document);
+  R response;
+  response.initWithJSONObject(*document);
+  document.reset();
+  const std::optional<boost::json::value>* kept = pick(response);
+  ASSERT_TRUE(kept && *kept);
+  EXPECT_EQ(**kept, boost::json::parse(expected));
+  EXPECT_TRUE(inDefaultStorage(**kept));
+}
+
 TEST(QPJSONParse, KeptJSONOutlivesTheDocument) {
   const std::string deep =
       R"({"text":"a text longer than an in-place string","list":[1,2.5,{"k":"another long text value"}],"flag":true})";
-  struct Case {
-    const char* what;
-    std::string body;
-    // Fills an object from the document; returns the object and where its kept value is.
-    std::function<std::pair<std::shared_ptr<void>, const boost::json::value*>(const boost::json::value&)>
-        fill;
-    std::string expected;
-  } cases[] = {
-      {"account information dob", R"({"accno":"1000000001","dob":)" + deep + "}",
-       [](const boost::json::value& json) {
-         auto response = std::make_shared<QPGetAccountInformationResponse>();
-         response->initWithJSONObject(json);
-         return std::make_pair(std::shared_ptr<void>(response), response->dob ? &*response->dob : nullptr);
-       },
-       deep},
-      {"account information lastLoginTime",
-       R"({"lastLoginTime":"09:05:07 local time of the platform's own data centre"})",
-       [](const boost::json::value& json) {
-         auto response = std::make_shared<QPGetAccountInformationResponse>();
-         response->initWithJSONObject(json);
-         return std::make_pair(std::shared_ptr<void>(response),
-                               response->lastLoginTime ? &*response->lastLoginTime : nullptr);
-       },
-       R"("09:05:07 local time of the platform's own data centre")"},
-      {"created account validUntil", R"({"validFrom":"2024-03-03","validUntil":[)" + deep + "," + deep + "]}",
-       [](const boost::json::value& json) {
-         auto response = std::make_shared<QPCreateAccountResponse>();
-         response->initWithJSONObject(json);
-         return std::make_pair(std::shared_ptr<void>(response),
-                               response->validUntil ? &*response->validUntil : nullptr);
-       },
-       "[" + deep + "," + deep + "]"},
-      {"mandate of a stored option, inside a list",
-       R"({"paymentOptions":[{"code":"BNKACCT","mandate":{"mandateReference":"M-1","mandateSignedDate":)" +
-           deep + "}}]}",
-       [](const boost::json::value& json) {
-         auto response = std::make_shared<QPGetStoredPaymentOptionsResponse>();
-         response->initWithJSONObject(json);
-         const boost::json::value* kept = nullptr;
-         if (response->paymentOptions && response->paymentOptions->size() == 1 &&
-             response->paymentOptions->front()->mandate &&
-             response->paymentOptions->front()->mandate->mandateSignedDate)
-           kept = &*response->paymentOptions->front()->mandate->mandateSignedDate;
-         return std::make_pair(std::shared_ptr<void>(response), kept);
-       },
-       deep},
-  };
-  for (const Case& c : cases) {
-    std::optional<boost::json::value> document = parseJSON(c.body, nullptr);
-    ASSERT_TRUE(document) << c.what;
-    auto [owner, kept] = c.fill(*document);
-    document.reset();
-    ASSERT_NE(kept, nullptr) << c.what;
-    EXPECT_EQ(*kept, boost::json::parse(c.expected)) << c.what;
-    EXPECT_TRUE(inDefaultStorage(*kept)) << c.what;
-  }
+  expectKeptAfterTheDocument<QPGetAccountInformationResponse>(R"({"accno":"1000000001","dob":)" + deep + "}",
+                                                              [](auto& r) { return &r.dob; }, deep);
+  expectKeptAfterTheDocument<QPGetAccountInformationResponse>(
+      R"({"lastLoginTime":"09:05:07 local time of the platform's own data centre"})",
+      [](auto& r) { return &r.lastLoginTime; }, R"("09:05:07 local time of the platform's own data centre")");
+  expectKeptAfterTheDocument<QPCreateAccountResponse>(
+      R"({"validFrom":"2024-03-03","validUntil":[)" + deep + "," + deep + "]}",
+      [](auto& r) { return &r.validUntil; }, "[" + deep + "," + deep + "]");
+  // The mandate of a stored option, inside a list.
+  expectKeptAfterTheDocument<QPGetStoredPaymentOptionsResponse>(
+      R"({"paymentOptions":[{"code":"BNKACCT","mandate":{"mandateReference":"M-1","mandateSignedDate":)" +
+          deep + "}}]}",
+      [](auto& r) -> const std::optional<boost::json::value>* {
+        if (!r.paymentOptions || r.paymentOptions->size() != 1 || !r.paymentOptions->front()->mandate)
+          return nullptr;
+        return &r.paymentOptions->front()->mandate->mandateSignedDate;
+      },
+      deep);
 }
 
 TEST(QPJSONParse, ADictionarySetFromAnAnswersValueOutlivesTheDocument) {
