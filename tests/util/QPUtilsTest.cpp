@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <map>
-#include <set>
 
 #include "brivane/util/QPUtils.h"
 
