@@ -4,8 +4,9 @@
 // client's alone), keeps connections alive without limit and sets TCP_NODELAY. Every side builds
 // the same GET, parses the same answer with Boost.JSON and fills the same response class:
 //   sdk     the settings family's getgetFinancialInstitutionData, completions on the main queue;
-//   multi   anchor (b): one multi handle driven on the calling thread, a new easy handle per
-//           request (as the SDK's networking thread does), at most 6 connections;
+//   multi   anchor (b): one multi handle driven on the calling thread, at most 6 connections;
+//           easy handles of finished requests reset (`curl_easy_reset`) and kept, up to 8, for
+//           the next ones (as the SDK's networking does);
 //   easy    anchor (a): one reused easy handle, one request at a time (only for 1 in flight);
 //   await   the same SDK call awaited with `awaitCall`, one `QPTask` per call (BM_Await, against
 //           sdk: what the coroutine form costs over the completion form).
@@ -208,13 +209,15 @@ class SdkAwait {
   std::unique_ptr<brivane::QPApiProvider> provider_;
 };
 
-// Anchor (b): a plain multi handle on this thread, a new easy handle per request.
+// Anchor (b): a plain multi handle on this thread; the easy handles of finished requests are
+// reset and kept for the next ones, a few of them, as a careful libcurl user keeps them.
 class PlainMulti {
  public:
   PlainMulti() : url_(anchorUrl()), headers_(anchorHeaders()), multi_(curl_multi_init()) {
     curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, 6L);
   }
   ~PlainMulti() {
+    for (CURL* easy : idle_) curl_easy_cleanup(easy);
     curl_multi_cleanup(multi_);
     curl_slist_free_all(headers_);
   }
@@ -222,7 +225,7 @@ class PlainMulti {
   bool batch(int inFlight) {
     std::map<CURL*, std::string> bodies;
     for (int i = 0; i < inFlight; ++i) {
-      CURL* easy = curl_easy_init();
+      CURL* easy = take();
       commonOptions(easy, url_, headers_, &bodies[easy]);
       curl_multi_add_handle(multi_, easy);
     }
@@ -239,7 +242,7 @@ class PlainMulti {
         curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
         ok = ok && message->data.result == CURLE_OK && status == 200 && parseAndFill(bodies[easy]);
         curl_multi_remove_handle(multi_, easy);
-        curl_easy_cleanup(easy);
+        giveBack(easy);
         ++done;
       }
       if (done < inFlight) curl_multi_poll(multi_, nullptr, 0, 1000, nullptr);
@@ -248,9 +251,25 @@ class PlainMulti {
   }
 
  private:
+  static constexpr std::size_t kKept = 8;
+
+  CURL* take() {
+    if (idle_.empty()) return curl_easy_init();
+    CURL* easy = idle_.back();
+    idle_.pop_back();
+    return easy;
+  }
+
+  void giveBack(CURL* easy) {
+    if (idle_.size() >= kKept) return curl_easy_cleanup(easy);
+    curl_easy_reset(easy);
+    idle_.push_back(easy);
+  }
+
   std::string url_;
   curl_slist* headers_;
   CURLM* multi_;
+  std::vector<CURL*> idle_;  // reset, for the next requests
 };
 
 // Anchor (a): one reused easy handle, one request at a time.
