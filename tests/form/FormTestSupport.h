@@ -262,7 +262,17 @@ class FormTest : public ::testing::Test {
     render(provider, options, token, style);
     return pumpUntil([this] { return record_.loaded > 0; }, 15);
   }
+  // Renders and waits until the page has loaded and the loading overlay has gone.
+  bool renderAndSettle(std::uint64_t provider, const std::vector<std::string>& options,
+                       const std::string& token) {
+    render(provider, options, token);
+    return pumpUntil([this] { return record_.loaded > 0 && !form_->isActivityIndicatorShown(); }, 15);
+  }
   boost::json::value evaluate(const std::string& script) { return evaluateIn(*form_, script); }
+  // Whether the page's answer to `script` becomes `expected` within `seconds`.
+  bool pageAnswers(const std::string& script, const boost::json::value& expected, double seconds = 10) {
+    return pumpUntil([&] { return evaluate(script) == expected; }, seconds);
+  }
 
   std::unique_ptr<Gtk::Window> window_;
   std::unique_ptr<QPPaymentForm> form_;
