@@ -40,17 +40,24 @@ inline std::filesystem::path scratchDirectory(const std::string& name) {
   return std::filesystem::temp_directory_path() / ("brivane-" + name + "-" + std::to_string(::getpid()));
 }
 
-// A loopback port where nothing listens (and that the engine does not refuse as restricted).
-inline int closedPort() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+// A loopback port that takes connections and never answers until `fd` is closed; 0 if none.
+inline int silentPort(int& fd) {
+  fd = socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t size = sizeof address;
-  bind(fd, reinterpret_cast<sockaddr*>(&address), size);
+  if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(fd, 16) != 0) return 0;
   getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-  close(fd);
   return ntohs(address.sin_port);
+}
+
+// A loopback port where nothing listens (and that the engine does not refuse as restricted).
+inline int closedPort() {
+  int fd = -1;
+  const int port = silentPort(fd);
+  close(fd);
+  return port;
 }
 
 // Makes a self-signed certificate and its key in `dir` (that nobody trusts); whether openssl made them.
