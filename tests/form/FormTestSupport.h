@@ -40,17 +40,24 @@ inline std::filesystem::path scratchDirectory(const std::string& name) {
   return std::filesystem::temp_directory_path() / ("brivane-" + name + "-" + std::to_string(::getpid()));
 }
 
-// A loopback port where nothing listens (and that the engine does not refuse as restricted).
-inline int closedPort() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+// A loopback port that takes connections and never answers until `fd` is closed; 0 if none.
+inline int silentPort(int& fd) {
+  fd = socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t size = sizeof address;
-  bind(fd, reinterpret_cast<sockaddr*>(&address), size);
+  if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(fd, 16) != 0) return 0;
   getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-  close(fd);
   return ntohs(address.sin_port);
+}
+
+// A loopback port where nothing listens (and that the engine does not refuse as restricted).
+inline int closedPort() {
+  int fd = -1;
+  const int port = silentPort(fd);
+  close(fd);
+  return port;
 }
 
 // Makes a self-signed certificate and its key in `dir` (that nobody trusts); whether openssl made them.
@@ -262,7 +269,17 @@ class FormTest : public ::testing::Test {
     render(provider, options, token, style);
     return pumpUntil([this] { return record_.loaded > 0; }, 15);
   }
+  // Renders and waits until the page has loaded and the loading overlay has gone.
+  bool renderAndSettle(std::uint64_t provider, const std::vector<std::string>& options,
+                       const std::string& token) {
+    render(provider, options, token);
+    return pumpUntil([this] { return record_.loaded > 0 && !form_->isActivityIndicatorShown(); }, 15);
+  }
   boost::json::value evaluate(const std::string& script) { return evaluateIn(*form_, script); }
+  // Whether the page's answer to `script` becomes `expected` within `seconds`.
+  bool pageAnswers(const std::string& script, const boost::json::value& expected, double seconds = 10) {
+    return pumpUntil([&] { return evaluate(script) == expected; }, seconds);
+  }
 
   std::unique_ptr<Gtk::Window> window_;
   std::unique_ptr<QPPaymentForm> form_;

@@ -192,9 +192,9 @@ TEST_F(QPPaymentFormEngineTest, DelayedScriptCallsRunAfterTheFirstLoad) {
   form_->renderWithPaymentOptions(std::vector<std::string>{"VISA"}, "checkout-1", nullptr);
   ASSERT_TRUE(waitFor("ios_formLoaded"));
   const std::string display = "document.querySelector('.wpwl-group-cardHolder').style.display";
-  ASSERT_TRUE(pumpUntil([&] { return evaluate(display) == boost::json::value("none"); }, 5));
+  ASSERT_TRUE(pageAnswers(display, "none", 5));
   form_->setElement(QPFormElementAll, true);  // after the load: at once
-  ASSERT_TRUE(pumpUntil([&] { return evaluate(display) == boost::json::value(""); }, 5));
+  ASSERT_TRUE(pageAnswers(display, "", 5));
   EXPECT_EQ(evaluate("document.querySelector(\"input[name='card.holder']\").maxLength"),
             boost::json::value(201));
 }

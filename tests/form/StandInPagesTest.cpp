@@ -238,7 +238,7 @@ TEST_F(StandInPagesTest, TheChallengeNamesMerchantAndAmountTakesTheFocusAndCanBe
   const std::string url(json::parse(answer->body).at("challengeUrl").as_string());
   // The PayU provider shows any page: here the challenge, as the card widget leads to it.
   open(QPPaymentProviderPayU, {"PAYU"}, url);
-  ASSERT_TRUE(pumpUntil([this] { return evaluate("document.readyState") == json::value("complete"); }, 10));
+  ASSERT_TRUE(pageAnswers("document.readyState", "complete"));
   EXPECT_EQ(evaluate("[document.activeElement.id, document.getElementById('merchant').textContent,"
                      " document.getElementById('amount').textContent]"),
             (json::array{"challenge-code", "Brivane Sandbox Shop", "€12.34"}));
@@ -288,7 +288,7 @@ TEST_F(StandInPagesTest, ResultPagesAndTheSecurityCodeHintSpeakTheFormsLanguage)
     const std::string shown =
         "var h = document.querySelector('h1'), p = document.querySelector('.qp-text');"
         "[document.title, h ? h.textContent : '', !!p && p.textContent.length > 20]";
-    pumpUntil([&] { return evaluate(shown) == expected; }, 10);
+    pageAnswers(shown, expected);
     EXPECT_EQ(evaluate(shown), expected);
   }
   EXPECT_EQ(evaluate("var keys = Object.keys(QP_TEXTS.en); Object.keys(QP_TEXTS).filter(function (l) {"
@@ -316,27 +316,29 @@ TEST_F(StandInPagesTest, ResultPagesAndTheSecurityCodeHintSpeakTheFormsLanguage)
 
 TEST_F(StandInPagesTest, ADarkDesktopDarkensThePageUnlessTheHostChoseColours) {
   auto settings = Gtk::Settings::get_default();
-  settings->property_gtk_application_prefer_dark_theme() = true;
   auto hostColours = std::make_shared<QPFormStyle>();
   hostColours->paymentFormInputStyle()->editTextFontStyle()->setTextColor(QPColor::rgba(0.0, 0.0, 0.5));
   struct Case {
     std::string name;
     std::uint64_t provider;
     std::shared_ptr<QPFormStyle> style;
+    bool desktopDark;  // what the page is told of the desktop
     bool dark;
   };
   const Case cases[] = {
-      {"card widget", 0, nullptr, true},
-      {"form service", 3, nullptr, true},
-      {"card widget, host colours", 0, hostColours, false},
-      {"form service, host colours", 3, hostColours, false},
+      {"card widget", 0, nullptr, true, true},
+      {"form service", 3, nullptr, true, true},
+      {"card widget, host colours", 0, hostColours, true, false},
+      {"form service, host colours", 3, hostColours, true, false},
+      {"card widget, light desktop", 0, nullptr, false, false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
+    settings->property_gtk_application_prefer_dark_theme() = c.desktopDark;
     restart();
     open(c.provider, {"VISA"}, "dark", c.style);
-    // The page, the inputs' document, its text on it and what is typed into a field; with the
-    // host's colours the field's text is the host's navy.
+    // The page, the inputs' document, its text on it, what is typed into a field (with the host's
+    // colours in the host's navy) and whether the page is told that the desktop is dark.
     const json::value seen =
         inputs(std::string(kContrast) +
                "var i = qpField('holder'), s = getComputedStyle(i);"
@@ -346,16 +348,11 @@ TEST_F(StandInPagesTest, ADarkDesktopDarkensThePageUnlessTheHostChoseColours) {
                "[qpLum(page) < 0.1, qpLum(inner.backgroundColor) < 0.1,"
                " qpContrast(label, inner.backgroundColor) >= 4.5,"
                " qpContrast(s.color, s.backgroundColor === 'rgba(0, 0, 0, 0)' ?"
-               " inner.backgroundColor : s.backgroundColor) >= 4.5, s.color]");
-    ASSERT_TRUE(seen.is_array()) << json::serialize(seen);
-    const json::array& values = seen.as_array();
-    EXPECT_EQ(values[0], json::value(c.dark));
-    EXPECT_EQ(values[1], json::value(c.dark));
-    EXPECT_EQ(values[2], json::value(true));
-    EXPECT_EQ(values[3], json::value(true));
-    if (!c.dark) {
-      EXPECT_EQ(values[4], json::value("rgb(0, 0, 128)"));
-    }
+               " inner.backgroundColor : s.backgroundColor) >= 4.5, s.color,"
+               " matchMedia('(prefers-color-scheme: dark)').matches]");
+    ASSERT_TRUE(seen.is_array() && seen.as_array().size() == 6) << json::serialize(seen);
+    const json::value text = c.style ? json::value("rgb(0, 0, 128)") : seen.as_array()[4];
+    EXPECT_EQ(seen, (json::array{c.dark, c.dark, true, true, text, c.desktopDark}));
   }
   settings->property_gtk_application_prefer_dark_theme() = false;
 }
