@@ -178,38 +178,35 @@ TEST(QPTransportWire, GetCarriesTheRequestItemsThenTheIdentifyingParameters) {
   EXPECT_EQ(client.sandbox.lastBody("/settings/country"), "");
 }
 
-TEST(QPTransportWire, PostBodyHoldsTheParametersAndOverwritesIdentifyingOnes) {
+// The body holds the parameters and the identifying ones, which overwrite the caller's; the IP
+// address goes into its header instead, also when it is the only parameter.
+TEST(QPTransportWire, BodyHoldsTheParametersAndOverwritesIdentifyingOnes) {
   SandboxClient client;
-  auto transport = client.provider->apiClientModule()->transportLayer();
-  TransportCall call;
-  QPURLComponents components;
-  components.path = "/echo";
-  boost::json::object params{{"amount", "10.5"}, {"programCode", "MINE"}, {"X-Ip-Address", "10.1.2.3"}};
-  transport->loadRequestWithURLComponents(components, "POST", params, call.transport());
-  ASSERT_TRUE(call.wait());
-  boost::json::value body = boost::json::parse(client.sandbox.lastBody("/echo"));
-  const boost::json::object& object = body.as_object();
-  EXPECT_EQ(object.at("amount"), "10.5");
-  EXPECT_EQ(object.at("programCode"), "BRIVANE");
-  EXPECT_THAT(std::string(object.at("partnerReference").as_string()), MatchesRegex("TEST[0-9A-Za-z]{10}"));
-  EXPECT_FALSE(object.contains("X-Ip-Address"));
-  EXPECT_EQ(object.size(), 3u);
-  EXPECT_EQ(client.sandbox.lastHeader("/echo", "X-Ip-Address"), "10.1.2.3");
-  EXPECT_EQ(client.sandbox.lastQuery("/echo"), "");  // no query items without a GET
-}
-
-TEST(QPTransportWire, IpAddressAloneLeavesOnlyTheIdentifyingParametersInTheBody) {
-  SandboxClient client;
-  TransportCall call;
-  QPURLComponents components;
-  components.path = "/echo";
-  client.provider->apiClientModule()->transportLayer()->loadRequestWithURLComponents(
-      components, "PUT", boost::json::object{{"X-Ip-Address", "1.1.1.1"}}, call.transport());
-  ASSERT_TRUE(call.wait());
-  boost::json::value body = boost::json::parse(client.sandbox.lastBody("/echo"));
-  EXPECT_EQ(body.as_object().size(), 2u);
-  EXPECT_TRUE(body.as_object().contains("partnerReference"));
-  EXPECT_TRUE(body.as_object().contains("programCode"));
+  struct Case {
+    const char* method;
+    boost::json::object params;
+    boost::json::object rest;  // the body besides partnerReference
+    const char* ipAddress;
+  } cases[] = {
+      {"POST",
+       {{"amount", "10.5"}, {"programCode", "MINE"}, {"X-Ip-Address", "10.1.2.3"}},
+       {{"amount", "10.5"}, {"programCode", "BRIVANE"}},
+       "10.1.2.3"},
+      {"PUT", {{"X-Ip-Address", "1.1.1.1"}}, {{"programCode", "BRIVANE"}}, "1.1.1.1"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.method);
+    TransportCall call;
+    client.provider->apiClientModule()->transportLayer()->loadRequestWithURLComponents(
+        QPURLComponents{"/echo", {}}, c.method, c.params, call.transport());
+    ASSERT_TRUE(call.wait());
+    boost::json::object body = boost::json::parse(client.sandbox.lastBody("/echo")).as_object();
+    EXPECT_THAT(std::string(body.at("partnerReference").as_string()), MatchesRegex("TEST[0-9A-Za-z]{10}"));
+    body.erase("partnerReference");
+    EXPECT_EQ(body, c.rest);
+    EXPECT_EQ(client.sandbox.lastHeader("/echo", "X-Ip-Address"), c.ipAddress);
+    EXPECT_EQ(client.sandbox.lastQuery("/echo"), "");  // no query items without a GET
+  }
 }
 
 // The networking keeps easy handles and header lists from call to call: nothing of one call (its
