@@ -20,6 +20,7 @@ using test::SandboxClient;
 using test::ScriptedServer;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
+using ::testing::Optional;
 using ::testing::StartsWith;
 
 std::shared_ptr<QPTransportLayer> transportFor(std::optional<std::string> url,
@@ -154,8 +155,8 @@ TEST_F(ErrorFromResponse, ServiceUnavailableIgnoresTheBody) {
   auto error = decide(503, "application/json", R"({"responseCode":"1","error":"invalid_grant"})");
   ASSERT_TRUE(error);
   EXPECT_EQ(error->code(), 503);
-  EXPECT_THAT(*error->description(), StartsWith("An API returned status code 503 - "));
-  EXPECT_THAT(*error->description(), HasSubstr("http://h/token?x=1"));
+  EXPECT_THAT(error->description(), Optional(StartsWith("An API returned status code 503 - ")));
+  EXPECT_THAT(error->description(), Optional(HasSubstr("http://h/token?x=1")));
 }
 
 // Wire-level: what actually reaches a server.
@@ -606,7 +607,7 @@ TEST(QPTransportRedirects, CredentialsFollowOnlyWithinTheOrigin) {
       ASSERT_TRUE(call.error) << c.path;
       EXPECT_EQ(call.error->domain(), QPErrorDomainClient) << c.path;
       EXPECT_EQ(call.error->code(), *c.clientCode) << c.path;
-      EXPECT_THAT(*call.error->description(), HasSubstr("another origin")) << c.path;
+      EXPECT_THAT(call.error->description(), Optional(HasSubstr("another origin"))) << c.path;
       continue;
     }
     if (c.methodThere == nullptr) {  // a redirect loop ends with an error
@@ -653,7 +654,7 @@ TEST(QPTransportFormBody, SeparatorsInKeysOrValuesFailBeforeSending) {
     EXPECT_EQ(call.error->domain(), QPErrorDomainClient);
     EXPECT_EQ(call.error->code(), QPClientErrorUnsendableFormValue);
     EXPECT_NE(server.lastTarget(), marker) << "nothing may be sent";
-    EXPECT_THAT(*call.error->description(), ::testing::Not(HasSubstr("bob")));
+    EXPECT_THAT(call.error->description(), Optional(::testing::Not(HasSubstr("bob"))));
   }
 }
 
@@ -668,9 +669,9 @@ TEST(QPTransportErrors, ServiceUnavailableHidesCookiesAndCredentials) {
   auto transport = transportFor("http://h");
   auto error = transport->errorFromResponse(&response, std::nullopt, nullptr);
   ASSERT_TRUE(error);
-  EXPECT_THAT(*error->description(), HasSubstr("Retry-After: 120"));
-  EXPECT_THAT(*error->description(), HasSubstr("Set-Cookie"));
-  EXPECT_THAT(*error->description(), ::testing::Not(HasSubstr("canary")));
+  EXPECT_THAT(error->description(), Optional(HasSubstr("Retry-After: 120")));
+  EXPECT_THAT(error->description(), Optional(HasSubstr("Set-Cookie")));
+  EXPECT_THAT(error->description(), Optional(::testing::Not(HasSubstr("canary"))));
 }
 
 // A CR, LF or NUL in a header value would let the caller add headers of its choosing.
@@ -716,7 +717,7 @@ TEST(QPTransportHeaders, ControlCharactersInHeaderValuesFailBeforeSending) {
     EXPECT_EQ(call.error->domain(), QPErrorDomainClient) << marker;
     EXPECT_EQ(call.error->code(), 6) << marker;
     EXPECT_NE(server.lastTarget(), marker) << marker << ": nothing may be sent";
-    EXPECT_THAT(*call.error->description(), ::testing::Not(HasSubstr("injected"))) << marker;
+    EXPECT_THAT(call.error->description(), Optional(::testing::Not(HasSubstr("injected")))) << marker;
   }
 }
 
