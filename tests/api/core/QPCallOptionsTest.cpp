@@ -182,23 +182,22 @@ TEST(QPCallRetries, OnlyWhatThePolicyAllowsIsTriedAgainAndTheCallCompletesOnce) 
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     const std::string path = c.post ? "/payment/P-1/capture" : "/settings/country";
-    auto http = std::make_shared<QPFakeHttpClient>();
+    test::FakeClient client({.retry = c.policy});
     const char* method = c.post ? "POST" : "GET";
-    for (int status : c.statuses) http->respond(method, path, status, "{}");
-    http->respond(method, path, 200, R"({"countries":[]})");
-    auto provider = providerFor("http://h", {.retry = c.policy}, http);
+    for (int status : c.statuses) client.http->respond(method, path, status, "{}");
+    client.http->respond(method, path, 200, R"({"countries":[]})");
     Captured<QPResponseBase> captured;
     if (c.post) {
-      provider->paymentAPI()->capture(std::make_shared<QPCaptureRequest>(), "P-1", captured.completion());
+      client.provider->paymentAPI()->capture(std::make_shared<QPCaptureRequest>(), "P-1",
+                                             captured.completion());
     } else {
-      provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
+      client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
     }
     ASSERT_TRUE(captured.wait());
     QPMainQueue::runFor(100ms);
     EXPECT_EQ(captured.calls, 1);
-    EXPECT_EQ(http->requests().size(), static_cast<std::size_t>(c.attempts));
-    const auto& error = captured.error;
-    EXPECT_EQ(error ? std::optional(error->code()) : std::nullopt, c.error);
+    EXPECT_EQ(client.http->requests().size(), static_cast<std::size_t>(c.attempts));
+    EXPECT_EQ(captured.error ? std::optional(captured.error->code()) : std::nullopt, c.error);
   }
 }
 
@@ -226,18 +225,16 @@ TEST(QPCallRetries, RetryAfterIsHonouredUpToMaxBackoff) {
   for (const Case& c : cases) {
     const std::string retryAfter = c.retryAfter ? c.retryAfter : dateIn(c.dateAhead);
     SCOPED_TRACE(retryAfter);
-    auto http = std::make_shared<QPFakeHttpClient>();
-    http->respond("GET", "/settings/country", 503, "{}", {{"Retry-After", retryAfter}});
-    http->respond("GET", "/settings/country", 200, R"({"countries":[]})");
-    auto provider = providerFor(
-        "http://h", {.retry = QPRetryPolicy{.initialBackoff = 1ms, .maxBackoff = c.maxBackoff}}, http);
+    test::FakeClient client({.retry = QPRetryPolicy{.initialBackoff = 1ms, .maxBackoff = c.maxBackoff}});
+    client.http->respond("GET", "/settings/country", 503, "{}", {{"Retry-After", retryAfter}});
+    client.http->respond("GET", "/settings/country", 200, R"({"countries":[]})");
     Captured<QPGetCountriesResponse> captured;
     auto start = std::chrono::steady_clock::now();
-    provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
+    client.provider->settingsAPI()->getCountries(QPGetCountriesRequest(), captured.completion());
     ASSERT_TRUE(captured.wait());
     auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_FALSE(captured.error);
-    EXPECT_EQ(http->requests().size(), 2u);
+    EXPECT_EQ(client.http->requests().size(), 2u);
     EXPECT_GE(waited, c.atLeast);
     EXPECT_LT(waited, c.below);
   }

@@ -27,21 +27,26 @@ class UserAPI : public ::testing::Test {
  protected:
   QPUserAPI& api() { return *client.provider->userAPI(); }
 
+  // Runs one of the operations for a user that answer QPResponseBase; its error.
+  template <class Request, class... Args>
+  std::optional<QPError> call(void (QPUserAPI::*operation)(std::shared_ptr<const Request>,
+                                                           std::optional<std::string>,
+                                                           QPCompletion<QPResponseBase>) const,
+                              const std::string& userId, Args... args) {
+    auto request = std::make_shared<Request>(args...);
+    return run<QPResponseBase>([&](auto done) { (api().*operation)(request, userId, done); }).error;
+  }
   std::optional<QPError> createSecondary(const std::string& address, const std::string& userId = kDemo) {
-    auto request = std::make_shared<QPCreateSecondaryEmailRequest>(address);
-    return run<QPResponseBase>([&](auto done) { api().createSecondaryEmail(request, userId, done); }).error;
+    return call(&QPUserAPI::createSecondaryEmail, userId, address);
   }
   std::optional<QPError> editSecondary(const std::string& from, const std::string& to) {
-    auto request = std::make_shared<QPEditSecondaryEmailRequest>(from, to);
-    return run<QPResponseBase>([&](auto done) { api().editSecondaryEmail(request, kDemo, done); }).error;
+    return call(&QPUserAPI::editSecondaryEmail, kDemo, from, to);
   }
   std::optional<QPError> deleteSecondary(const std::string& address) {
-    auto request = std::make_shared<QPDeleteSecondaryEmailRequest>(address);
-    return run<QPResponseBase>([&](auto done) { api().deleteSecondaryEmail(request, kDemo, done); }).error;
+    return call(&QPUserAPI::deleteSecondaryEmail, kDemo, address);
   }
   std::optional<QPError> setMain(const std::string& address) {
-    auto request = std::make_shared<QPSetMainEmailRequest>(address);
-    return run<QPResponseBase>([&](auto done) { api().setMainEmail(request, kDemo, done); }).error;
+    return call(&QPUserAPI::setMainEmail, kDemo, address);
   }
   std::vector<std::pair<std::string, bool>> secondaries() {
     auto answer = run<QPGetSecondaryEmailsResponse>([&](auto done) {
@@ -62,8 +67,7 @@ class UserAPI : public ::testing::Test {
         .error;
   }
   std::optional<QPError> changePassword(const std::string& from, const std::string& to) {
-    auto request = std::make_shared<QPChangePasswordRequest>(from, to);
-    return run<QPResponseBase>([&](auto done) { api().changePassword(request, kDemo, done); }).error;
+    return call(&QPUserAPI::changePassword, kDemo, from, to);
   }
 
   SandboxClient client;
@@ -146,11 +150,7 @@ TEST(QPUserAPIWire, EachOperationsMethodPathAndParameters) {
 }
 
 TEST_F(UserAPI, UserIdsArriveAsTheyWereGiven) {
-  auto change = [&](const std::string& userId) {
-    auto request = std::make_shared<QPChangePasswordRequest>("x", "y");
-    return run<QPResponseBase>([&](auto done) { api().changePassword(request, userId, done); }).error;
-  };
-  auto blank = change("a b");  // escaped on the way, the same text on arrival
+  auto blank = call(&QPUserAPI::changePassword, "a b", "x", "y");  // escaped on the way, the same on arrival
   ASSERT_TRUE(blank);
   EXPECT_EQ(blank->description(), "Unknown user 'a b'.");
 }
@@ -186,9 +186,7 @@ TEST_F(UserAPI, PasswordPolicy) {
       {"Good-Pass-1", true}, {"Abcdefg1", true},  {"Abcdef1", false},  // 7 characters
       {"abcdefg1", false},   {"ABCDEFG1", false}, {"Abcdefgh", false}, {"Abcd efg1", false}, {"", false},
   };
-  for (const auto& c : cases) {
-    const char* password = c.first;
-    const bool valid = c.second;
+  for (const auto& [password, valid] : cases) {
     auto error = run<QPResponseBase>([&](auto done) {
                    api().validatePassword(std::make_shared<QPValidatePasswordRequest>(password), done);
                  }).error;
@@ -228,14 +226,7 @@ TEST_F(UserAPI, UniquenessAndSecondaryAddresses) {
       {"delete an unknown address", [&] { return deleteSecondary("none@example.test"); }, 2108},
       {"main address not one of the user's", [&] { return setMain("none@example.test"); }, 2108},
       {"another user's list", [&] { return createSecondary("z@example.test", "second@brivane.test"); }, 2105},
-      {"missing address",
-       [&] {
-         return run<QPResponseBase>([&](auto done) {
-                  api().createSecondaryEmail(std::make_shared<QPCreateSecondaryEmailRequest>(), kDemo, done);
-                })
-             .error;
-       },
-       2104},
+      {"missing address", [&] { return call(&QPUserAPI::createSecondaryEmail, kDemo); }, 2104},
   };
   for (const Refusal& refusal : refusals) {
     SCOPED_TRACE(refusal.name);
