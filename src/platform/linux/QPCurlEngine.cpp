@@ -400,12 +400,13 @@ class CurlEngine final : public NetworkEngine {
       curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
       curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
     }
-    // Every option that differs from transfer to transfer is set here, each time.
-    curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
+    // Every option that differs from transfer to transfer is set here, each time; first the
+    // pointers that a kept handle still has to its last transfer's buffers.
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, transfer->errorText);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer.get());
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer.get());
+    curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
     if (!headerList_ || headerList_->fields != request.headers)
       headerList_ = std::make_shared<const HeaderList>(request.headers);
     transfer->headers = headerList_;
