@@ -55,6 +55,8 @@ struct Transfer {
   // Tells the engine when the request's stop token is stopped; destroyed before the transfer.
   std::unique_ptr<std::stop_callback<std::function<void()>>> onStop;
   CURL* easy = nullptr;
+  // A GET without a body: it leaves on its handle only options that every transfer sets again.
+  bool plain = false;
   std::shared_ptr<const HeaderList> headers;
   std::vector<std::pair<std::string, std::string>> headerFields;  // of the latest answer
   std::string body;
@@ -187,7 +189,10 @@ class CurlEngine final : public NetworkEngine {
 
   ~CurlEngine() override {
     shutDown();
-    for (CURL* easy : idleHandles_) curl_easy_cleanup(easy);
+    for (const IdleHandle& idle : idleHandles_) {
+      curl_easy_reset(idle.easy);  // it may still point to a finished transfer's buffers
+      curl_easy_cleanup(idle.easy);
+    }
     g_source_destroy(source_);
     g_source_unref(source_);
     g_main_context_unref(context_);
@@ -247,6 +252,11 @@ class CurlEngine final : public NetworkEngine {
   struct EngineSource {
     GSource base;
     CurlEngine* engine;
+  };
+
+  struct IdleHandle {
+    CURL* easy;
+    bool configured;  // not reset since its common options were set
   };
 
   struct Finished {
@@ -377,24 +387,33 @@ class CurlEngine final : public NetworkEngine {
       finished.push_back({std::move(transfer), CURLE_ABORTED_BY_CALLBACK});
       return;
     }
-    CURL* easy = takeHandle();
+    IdleHandle handle = takeHandle();
+    CURL* easy = handle.easy;
     transfer->easy = easy;
     const QPHttpRequest& request = transfer->request;
-    curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
-    // Redirects are followed here, by `redirected`, only within the request's origin.
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    if (!handle.configured) {
+      // The options every transfer has alike; a handle kept without a reset still has them.
+      curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+      // Redirects are followed here, by `redirected`, only within the request's origin.
+      curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+      curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+      curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
+      curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
+    }
+    // Every option that differs from transfer to transfer is set here, each time; first the
+    // pointers that a kept handle still has to its last transfer's buffers.
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, transfer->errorText);
-    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer.get());
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer.get());
+    curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
     if (!headerList_ || headerList_->fields != request.headers)
       headerList_ = std::make_shared<const HeaderList>(request.headers);
     transfer->headers = headerList_;
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, transfer->headers->lines);
+    // A kept, not reset handle is only one whose last transfer was plain as well: its method is
+    // still GET, with no body and no custom request.
+    transfer->plain = !request.body && request.method == "GET";
     if (request.body) {
       curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body->size()));
       curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, request.body->c_str());
@@ -402,7 +421,6 @@ class CurlEngine final : public NetworkEngine {
     } else if (request.method != "GET") {
       curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.method.c_str());
     }
-    curl_easy_setopt(easy, CURLOPT_PRIVATE, transfer.get());
     if (curl_multi_add_handle(multi_, easy) != CURLM_OK) {
       finished.push_back({std::move(transfer), CURLE_FAILED_INIT});
       return;
@@ -410,23 +428,25 @@ class CurlEngine final : public NetworkEngine {
     transfers_.emplace(easy, std::move(transfer));
   }
 
-  // An easy handle for a new transfer: a kept one, reset to libcurl's defaults when it came
-  // back, or a new one.
-  CURL* takeHandle() {
-    if (idleHandles_.empty()) return curl_easy_init();
-    CURL* easy = idleHandles_.back();
+  // An easy handle for a new transfer: a kept one, or a new one.
+  IdleHandle takeHandle() {
+    if (idleHandles_.empty()) return {curl_easy_init(), false};
+    IdleHandle handle = idleHandles_.back();
     idleHandles_.pop_back();
-    return easy;
+    return handle;
   }
 
-  // Keeps the easy handle of a finished transfer (out of the multi handle) for the next one. It
-  // is reset at once, so that it points to nothing of the transfer (its buffers, its header
-  // lines) and carries none of its options over; a few are kept, as many as may run at once.
-  void giveBack(CURL* easy) {
+  // Keeps the easy handle of a finished transfer (out of the multi handle) for the next one; a
+  // few are kept, as many as may run at once. A handle is reset to libcurl's defaults, so that it
+  // carries none of the transfer's options over, unless `plain`: a plain GET that succeeded leaves
+  // only the options common to all transfers and those that `begin` sets for every transfer
+  // (the pointers to the transfer's buffers and header lines, which nothing reads while the
+  // handle is idle).
+  void giveBack(CURL* easy, bool plain) {
     if (easy == nullptr) return;
     if (idleHandles_.size() >= kKeptHandles) return curl_easy_cleanup(easy);
-    curl_easy_reset(easy);
-    idleHandles_.push_back(easy);
+    if (!plain) curl_easy_reset(easy);
+    idleHandles_.push_back({easy, plain});
   }
 
   // A stopped request leaves libcurl at once: nothing more is sent or read for it.
@@ -480,7 +500,7 @@ class CurlEngine final : public NetworkEngine {
         return isHeader(header, "Content-Length") || isHeader(header, "Content-Type");
       });
     }
-    giveBack(transfer.easy);
+    giveBack(transfer.easy, false);
     transfer.easy = nullptr;
     transfer.headers.reset();
     transfer.headerFields.clear();
@@ -491,6 +511,7 @@ class CurlEngine final : public NetworkEngine {
 
   void complete(std::unique_ptr<Transfer> transfer, CURLcode code) {
     QPHttpResult result;
+    bool plain = false;  // a plain transfer that succeeded
     if (code == CURLE_ABORTED_BY_CALLBACK && transfer->request.stop.stop_requested()) {
       result.code = code;
       result.errorText = "The call was cancelled.";
@@ -514,9 +535,10 @@ class CurlEngine final : public NetworkEngine {
       result.url = url != nullptr ? url : transfer->request.url;
       result.headers = std::move(transfer->headerFields);
       result.body = std::move(transfer->body);
+      plain = transfer->plain;
     }
     auto done = std::move(transfer->done);
-    giveBack(std::exchange(transfer->easy, nullptr));
+    giveBack(std::exchange(transfer->easy, nullptr), plain);
     transfer.reset();  // the handle goes back before the caller sees the answer
     guarded([&] { done(std::move(result)); });
   }
@@ -575,8 +597,8 @@ class CurlEngine final : public NetworkEngine {
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> transfers_;
   std::shared_ptr<const HeaderList> headerList_;  // the latest request's header lines
   static constexpr std::size_t kKeptHandles = 8;
-  std::vector<CURL*> idleHandles_;  // easy handles of finished transfers, reset
-  gint64 timerDeadline_ = -1;       // when libcurl wants its timer action (GLib's monotonic µs); -1: never
+  std::vector<IdleHandle> idleHandles_;  // easy handles of finished transfers
+  gint64 timerDeadline_ = -1;  // when libcurl wants its timer action (GLib's monotonic µs); -1: never
 
   std::mutex workMutex_;
   std::condition_variable workReady_;
